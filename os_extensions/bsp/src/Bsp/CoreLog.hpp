@@ -1,0 +1,14 @@
+#pragma once
+
+#include "Log.hpp"
+
+namespace os::bsp {
+
+/// The trace of board identity and software revision. Created before main, or by a static
+/// constructor that calls the layer earlier.
+inline LogModule& coreLog() {
+    static LogModule module("bsp.core", "os_extensions/bsp/src/Bsp");
+    return module;
+}
+
+} // namespace os::bsp

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "HwVariant.hpp"
+
+namespace os::bsp {
+
+/// The unit's hardware code: word i is byte i of the EEPROM, 0 to 255. When the EEPROM cannot be
+/// read it is the code of the platform's fifteenth variant, or eight words of -1 when the platform
+/// has fewer. Set up by the first call in the process, in whichever thread makes it.
+const QorHwCode& getHwCode();
+
+} // namespace os::bsp

@@ -1,0 +1,56 @@
+#include "ClockChip.hpp"
+
+#include <array>
+#include <cerrno>
+
+#include <unistd.h>
+
+namespace clock_chip {
+namespace {
+
+constexpr off_t IdentificationRegister = 2;
+constexpr off_t ConfigurationRegister = 8;
+constexpr int Attempts = 3;
+constexpr useconds_t PauseMicroseconds = 20000;
+
+using IdentificationBytes = std::array<std::uint8_t, 4>;
+
+// A short transfer leaves errno as it was; without this it would be reported as "Success".
+bool transferred(ssize_t result, std::size_t size) {
+    if (result >= 0 && static_cast<std::size_t>(result) < size) {
+        errno = EIO;
+    }
+    return result == static_cast<ssize_t>(size);
+}
+
+bool seek(int device, off_t address) {
+    return lseek(device, address, SEEK_SET) == address;
+}
+
+bool readOnce(int device, IdentificationBytes& bytes) {
+    return seek(device, IdentificationRegister) &&
+           transferred(read(device, bytes.data(), bytes.size()), bytes.size());
+}
+
+} // namespace
+
+bool readIdentification(int device, std::uint32_t& word) {
+    IdentificationBytes bytes{};
+    for (int attempt = 1; !readOnce(device, bytes); ++attempt) {
+        if (attempt == Attempts) {
+            return false;
+        }
+        usleep(PauseMicroseconds);
+    }
+    word = 0;
+    for (const std::uint8_t byte : bytes) {
+        word = word << 8 | byte;
+    }
+    return true;
+}
+
+bool writeConfiguration(int device, const std::uint8_t* bytes, std::size_t size) {
+    return seek(device, ConfigurationRegister) && transferred(write(device, bytes, size), size);
+}
+
+} // namespace clock_chip

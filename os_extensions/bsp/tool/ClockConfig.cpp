@@ -1,0 +1,67 @@
+#include "ClockConfig.hpp"
+
+#include <cctype>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+namespace {
+
+// Empty at the end of the file and after a read error.
+std::string readToken(std::FILE* file) {
+    int character = std::getc(file);
+    while (std::isspace(character) != 0) {
+        character = std::getc(file);
+    }
+    std::string token;
+    while (character != EOF && std::isspace(character) == 0) {
+        token += static_cast<char>(character);
+        character = std::getc(file);
+    }
+    return token;
+}
+
+bool isHexadecimal(std::string_view digits) {
+    return !digits.empty() &&
+           digits.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
+}
+
+// Only the last two digits count, so a number wider than any integer type is no special case.
+std::optional<std::uint8_t> lowestByte(std::string_view token) {
+    const bool negative = token.starts_with('-');
+    if (negative || token.starts_with('+')) {
+        token.remove_prefix(1);
+    }
+    if (token.starts_with("0x") || token.starts_with("0X")) {
+        token.remove_prefix(2);
+    }
+    if (!isHexadecimal(token)) {
+        return std::nullopt;
+    }
+    token.remove_prefix(token.size() > 2 ? token.size() - 2 : 0);
+    unsigned byte = 0;
+    std::from_chars(token.begin(), token.end(), byte, 16);
+    return static_cast<std::uint8_t>(negative ? 0 - byte : byte);
+}
+
+} // namespace
+
+std::string readClockConfig(std::FILE* file, ClockConfig& config) {
+    while (config.size < config.bytes.size()) {
+        const std::string token = readToken(file);
+        if (std::ferror(file) != 0) {
+            return std::string("read error: ") + std::strerror(errno);
+        }
+        if (token.empty()) {
+            break;
+        }
+        const auto byte = lowestByte(token);
+        if (!byte) {
+            return "token " + std::to_string(config.size + 1) + " is not a hexadecimal number";
+        }
+        config.bytes[config.size++] = *byte;
+    }
+    return {};
+}

@@ -1,0 +1,126 @@
+#include "ClockChip.hpp"
+#include "ClockConfig.hpp"
+#include "FileDescriptor.hpp"
+#include "Stream.hpp"
+#include "bsp/Bsp.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include <fcntl.h>
+
+namespace {
+
+constexpr const char* DeviceName = "/dev/idt";
+constexpr const char* PathFormat = "/etc/idt_%s.conf";
+constexpr const char* WriterName = "Idt_writeConfig";
+constexpr const char* InitName = "Idt_init";
+constexpr std::string_view UnknownBoard = "Unknown board revision";
+
+struct Free {
+    void operator()(char* memory) const noexcept { std::free(memory); }
+};
+using PathText = std::unique_ptr<char, Free>;
+
+const char* findBoardText() {
+    const char* const text = Bsp_getBoardIdText();
+    if (text != UnknownBoard) {
+        return text;
+    }
+    const char* const latest = Bsp_getLatestBoardIdText();
+    if (latest == UnknownBoard) {
+        std::printf("ERROR: %s(): Unknown product\n", WriterName);
+        return nullptr;
+    }
+    std::printf("NOTICE: %s(): Unknown board revision, will use \"%s\"\n", WriterName, latest);
+    return latest;
+}
+
+PathText failPath(const char* reason) {
+    std::printf("ERROR: %s(): Failed to %s idt config file path\n", WriterName, reason);
+    return nullptr;
+}
+
+PathText makePath(const char* board) {
+    const int length = std::snprintf(nullptr, 0, PathFormat, board);
+    if (length < 0) {
+        return failPath("calculate string length for");
+    }
+    const std::size_t size = static_cast<std::size_t>(length) + 1;
+    PathText path(static_cast<char*>(std::malloc(size)));
+    if (path == nullptr) {
+        return failPath("allocate memory for");
+    }
+    if (std::snprintf(path.get(), size, PathFormat, board) != length) {
+        return failPath("create string with");
+    }
+    return path;
+}
+
+bool readFile(std::FILE* file, const char* path, ClockConfig& config) {
+    const std::string problem = readClockConfig(file, config);
+    if (!problem.empty()) {
+        std::printf("ERROR: %s(): %s: %s\n", WriterName, path, problem.c_str());
+    }
+    return problem.empty();
+}
+
+bool identifyChip(int device) {
+    std::uint32_t word = 0;
+    if (!clock_chip::readIdentification(device, word)) {
+        std::printf("ERROR: %s(): %s\n", InitName, std::strerror(errno));
+        std::printf("ERROR: %s(): Failed due to invalid idt address\n", WriterName);
+        return false;
+    }
+    std::printf(
+        "NOTICE: %s(): Device ID = %#.3x, Revision = %d, Dash Code = %d\n", InitName,
+        word >> 12 & 0xffff, static_cast<int>(word >> 28), static_cast<int>(word >> 1 & 0x7ff));
+    return true;
+}
+
+bool programChip(int device, const ClockConfig& config) {
+    if (!identifyChip(device)) {
+        return false;
+    }
+    if (!clock_chip::writeConfiguration(device, config.bytes.data(), config.size)) {
+        std::printf("ERROR: %s(): i2c write returned error %s\n", WriterName, std::strerror(errno));
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+int Idt_writeConfig() {
+    const char* const board = findBoardText();
+    if (board == nullptr) {
+        return -1;
+    }
+    const support::FileDescriptor device(open(DeviceName, O_RDWR | O_CLOEXEC));
+    if (!device) {
+        std::printf("ERROR: %s(): %s could not be opened\n", WriterName, DeviceName);
+        return -1;
+    }
+    const PathText path = makePath(board);
+    if (path == nullptr) {
+        return -1;
+    }
+    const support::Stream file(std::fopen(path.get(), "re"));
+    if (file == nullptr) {
+        std::printf(
+            "NOTICE: %s(): IDT configuration file %s not found. Using configuration from "
+            "OTP/u-boot.\n",
+            WriterName, path.get());
+        return 0;
+    }
+    ClockConfig config;
+    if (!readFile(file.get(), path.get(), config) || !programChip(device.get(), config)) {
+        return -1;
+    }
+    std::printf("NOTICE: %s(): Completed successfully for %s\n", WriterName, board);
+    return 0;
+}

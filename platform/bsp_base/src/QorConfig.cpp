@@ -1,0 +1,106 @@
+#include "QorConfig.hpp"
+
+#include "FileDescriptor.hpp"
+#include "PlatformRoot.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+namespace os::bsp {
+namespace {
+
+using support::FileDescriptor;
+
+// One writer at a time holds the folder's lock, so one name is enough, and what a killed writer
+// left under it is overwritten by the next. No key begins with a dot.
+constexpr const char* NewValueName = ".new";
+
+bool isFileName(std::string_view key) {
+    return !key.empty() && key.front() != '.' && key.find('/') == std::string_view::npos;
+}
+
+FileDescriptor openFolder() {
+    return FileDescriptor(
+        open(platform::path("var/lib/qor/config").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+bool lockFolder(const FileDescriptor& folder) {
+    while (flock(folder.get(), LOCK_EX) == -1) {
+        if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool writeWhole(const FileDescriptor& file, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = write(file.get(), text.data(), text.size());
+        if (written == -1 && errno != EINTR) {
+            return false;
+        }
+        text.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+    }
+    return true;
+}
+
+bool writeNewValue(const FileDescriptor& folder, std::string_view value) {
+    const FileDescriptor file(openat(
+        folder.get(), NewValueName, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644));
+    return file && writeWhole(file, value) && fsync(file.get()) == 0;
+}
+
+[[noreturn]] void throwUnreadable(std::string_view key) {
+    throw std::system_error(errno, std::generic_category(), "QorConfig: " + std::string(key));
+}
+
+} // namespace
+
+std::string QorConfig::getValue(std::string_view key) const {
+    if (!isFileName(key)) {
+        errno = EINVAL;
+        throwUnreadable(key);
+    }
+    const FileDescriptor file(open(
+        platform::path("var/lib/qor/config/" + std::string(key)).c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file && errno == ENOENT) {
+        return std::string(value::Empty);
+    }
+    std::string text;
+    char chunk[256];
+    while (true) {
+        const ssize_t count = file ? read(file.get(), chunk, sizeof chunk) : -1;
+        if (count == -1 && !(file && errno == EINTR)) {
+            throwUnreadable(key);
+        }
+        if (count == 0) {
+            return text;
+        }
+        text.append(chunk, count > 0 ? static_cast<std::size_t>(count) : 0);
+    }
+}
+
+bool QorConfig::setValue(std::string_view key, std::string_view value) {
+    const FileDescriptor folder = openFolder();
+    return isFileName(key) && folder && lockFolder(folder) && writeNewValue(folder, value) &&
+           renameat(folder.get(), NewValueName, folder.get(), std::string(key).c_str()) == 0 &&
+           fsync(folder.get()) == 0;
+}
+
+bool QorConfig::clearValue(std::string_view key) {
+    const FileDescriptor folder = openFolder();
+    if (!isFileName(key) || !folder || !lockFolder(folder)) {
+        return false;
+    }
+    if (unlinkat(folder.get(), std::string(key).c_str(), 0) == -1) {
+        return errno == ENOENT;
+    }
+    return fsync(folder.get()) == 0;
+}
+
+} // namespace os::bsp

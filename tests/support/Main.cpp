@@ -1,0 +1,36 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+namespace {
+
+// Tests write to /etc, /dev and shared memory: never to the machine's own.
+[[noreturn]] void restartInPrivateMachine(std::vector<std::string> words) {
+    words.front() = std::filesystem::read_symlink("/proc/self/exe");
+    words.insert(words.begin(), BSP_PRIVATE_MACHINE);
+    std::vector<char*> command;
+    for (std::string& word : words) {
+        command.push_back(word.data());
+    }
+    command.push_back(nullptr);
+    execv(command.front(), command.data());
+    std::perror(command.front());
+    std::_Exit(2);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> words(argv, argv + argc);
+    testing::InitGoogleTest(&argc, argv);
+    if (!GTEST_FLAG_GET(list_tests) && std::getenv("BSP_PRIVATE_MACHINE") == nullptr) {
+        restartInPrivateMachine(words);
+    }
+    return RUN_ALL_TESTS();
+}

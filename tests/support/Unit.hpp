@@ -1,0 +1,23 @@
+#pragma once
+
+#include <array>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+/// The files of the unit that the tests' private machine is.
+namespace test::unit {
+
+using Code = std::array<unsigned char, 8>;
+
+inline const std::filesystem::path Root = "/tmp/unit";
+inline const std::filesystem::path Eeprom = Root / "var/lib/qor/e2prom/5/1";
+inline const std::filesystem::path Config = Root / "var/lib/qor/config";
+
+/// Creates or replaces a file, and the folders above it.
+void writeFile(const std::filesystem::path& path, std::string_view content);
+std::string readFile(const std::filesystem::path& path);
+
+void writeEeprom(const Code& code);
+
+} // namespace test::unit
