@@ -20,6 +20,8 @@ public:
 
     explicit operator bool() const noexcept { return m_fd >= 0; }
     int get() const noexcept { return m_fd; }
+    /// The descriptor, which is no longer owned.
+    int release() noexcept { return std::exchange(m_fd, -1); }
 
 private:
     int m_fd;

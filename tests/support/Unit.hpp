@@ -20,4 +20,14 @@ std::string readFile(const std::filesystem::path& path);
 
 void writeEeprom(const Code& code);
 
+inline const std::filesystem::path WarmArea = Root / "dev/top.dtcm0";
+
+enum Restart : char { Cold, Warm, Watchdog, Unknown };
+
+/// Makes this a unit that tells its last restart in a register, with `area` as its warm area.
+void restart(Restart cause, std::string_view area);
+
+/// What power-on leaves in a warm area: noise, but repeatable.
+std::string noise(std::size_t size);
+
 } // namespace test::unit

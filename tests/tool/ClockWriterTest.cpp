@@ -58,7 +58,7 @@ BSP_EXPORT int snprintf(char* s, std::size_t maxlen, const char* format, ...) {
     }
     va_list arguments;
     va_start(arguments, format);
-    const int length = std::vsnprintf(s, maxlen, format, arguments);
+    const int length = std::vsnprintf(s, maxlen, format, arguments); // NOLINT: it is
     va_end(arguments);
     return length;
 }

@@ -69,13 +69,13 @@ private:
 } // namespace os::bsp
 
 // A lambda of its own keeps what a message needs out of functions that mostly do not log.
-#define BSP_LOG_RECORD(module, level, ...)                                                         \
+#define BSP_LOG_RECORD(module, level, line, function, ...)                                         \
     do {                                                                                           \
         if (::os::bsp::LogModule& logModule = (module); logModule.isEnabled(level)) {              \
-            const char* const logFunction = __func__;                                              \
+            const char* const logFunction = (function);                                            \
             const auto writeRecord = [&]() BSP_SELDOM {                                            \
                 const ::os::bsp::ErrnoGuard errnoGuard;                                            \
-                logModule.write(level, __LINE__, logFunction, {__VA_ARGS__});                      \
+                logModule.write(level, line, logFunction, {__VA_ARGS__});                          \
             };                                                                                     \
             writeRecord();                                                                         \
         }                                                                                          \
@@ -83,7 +83,12 @@ private:
 #define BSP_SELDOM __attribute__((noinline, cold))
 
 /// A message led by the function's name.
-#define BSP_LOG(module, level, ...) BSP_LOG_RECORD(module, level, logFunction, "(): ", __VA_ARGS__)
+#define BSP_LOG(module, level, ...) BSP_LOG_AT(module, level, __LINE__, __func__, __VA_ARGS__)
+
+/// A message in the name of another function, such as the caller.
+#define BSP_LOG_AT(module, level, line, function, ...)                                             \
+    BSP_LOG_RECORD(module, level, line, function, logFunction, "(): ", __VA_ARGS__)
 
 /// An entry trace; the pieces give the parentheses and what stands in them.
-#define BSP_LOG_ENTER(module, ...) BSP_LOG_RECORD(module, 6, "ENTER ", logFunction, __VA_ARGS__)
+#define BSP_LOG_ENTER(module, ...)                                                                 \
+    BSP_LOG_RECORD(module, 6, __LINE__, __func__, "ENTER ", logFunction, __VA_ARGS__)

@@ -22,6 +22,7 @@ using Bsp_HwVariant = os::bsp::QorHwVariant;
 
 extern "C" {
 #else
+#include <stdbool.h>
 #include <stdint.h>
 
 /// One row of the platform's table of hardware variants.
@@ -54,6 +55,12 @@ BSP_EXPORT const char* Bsp_getBoardIdText(void);
 /// The name of the newest listed revision of this unit's product, or "Unknown board revision".
 BSP_EXPORT const char* Bsp_getLatestBoardIdText(void);
 
+/// The unit's generation and its backplanes: PlatformType, TrafficBackplaneType and
+/// ControlBackplaneType values.
+BSP_EXPORT int Bsp_getPlatformType(void);
+BSP_EXPORT int Bsp_getTrafficBackplane(void);
+BSP_EXPORT int Bsp_getControlBackplane(void);
+
 /// One board: its id and its name, NUL-terminated and padded with NUL bytes.
 struct Bsp_BoardIdRow {
     int32_t boardId;
@@ -72,6 +79,44 @@ BSP_EXPORT extern const struct Bsp_BoardIdRow Bsp_boardIdMap[Bsp_boardIdMapSize]
 /// keeps what it has), or -1. The chip's registers are written only after the whole file has been
 /// read without an error and the chip has answered. One call at a time: the chip has no lock.
 BSP_EXPORT int Idt_writeConfig(void);
+
+/// The warm database: up to 21 objects of at most 1520 bytes, named by 1 to 15 bytes, in memory
+/// that survives a warm restart and is shared by all processes of the unit. Functions return 0, or
+/// -1 with a message on the trace "Bsp.WarmDatabase" where something is wrong; `*data` is null
+/// then. Out-parameters must not be null. Data belong to the warm area, are aligned to 16 bytes and
+/// valid as long as the process; the clients of one name agree on its size and format by
+/// themselves, and on what protects it: the sync object, or a lock inside the object.
+///
+/// A call waits for the database lock. A process that is killed while it holds that lock leaves it
+/// taken.
+
+/// Creates an object of zeroes; the data of one that is there by this name are lost.
+BSP_EXPORT int WarmDatabase_createObject(const char* blockName, void** data, unsigned objectSize);
+
+/// Finds an object.
+BSP_EXPORT int WarmDatabase_retrieveObject(const char* blockName, void** data, unsigned objectSize);
+
+/// Finds an object, or else creates it. Of all who ask for a name at once, one gets `*created`
+/// true.
+/// `*syncObject` receives the address of the block's pthread_mutex_t, which is shared between
+/// processes; on failure it is left alone.
+BSP_EXPORT int WarmDatabase_getObjectData(
+    const char* blockName, void** data, unsigned objectSize, void** syncObject, bool* created);
+
+/// Writes a summary of the used blocks, never more than `size` bytes with the terminating zero;
+/// lines that do not fit are left out. Takes no lock. -1 for a null buffer with a size above 0.
+BSP_EXPORT int WarmDatabase_getInfo(char* buffer, unsigned size);
+
+/// The same functions under other names.
+BSP_EXPORT int Bsp_createDtcmObject(const char* blockName, void** data, unsigned objectSize);
+BSP_EXPORT int Bsp_retrieveDtcmObject(const char* blockName, void** data, unsigned objectSize);
+BSP_EXPORT int Bsp_getDtcmObjectData(
+    const char* blockName, void** data, unsigned objectSize, void** syncObject, bool* created);
+
+/// The unit's slot id, which survives a warm restart; -1 when it is not set, as after a cold
+/// restart, or when the warm database cannot supply it. Setting it then has no effect.
+BSP_EXPORT int Bsp_getSlotId(void);
+BSP_EXPORT void Bsp_setSlotId(int slotId);
 
 #ifdef __cplusplus
 }

@@ -1,7 +1,6 @@
 #include "bsp/Product.hpp"
 
-#include "CodeTable.hpp"
-#include "CoreLog.hpp"
+#include "CodeLookup.hpp"
 #include "HwVariant.hpp"
 #include "bsp/Bsp.h"
 
@@ -30,11 +29,9 @@ constexpr CodeTable<ProductId, 15> ProductOfCode = {
 
 ProductId getProductId() {
     const std::int32_t code = Bsp_getQorHwVariant()->productCode;
-    if (const ProductId* const product = ProductOfCode.find(code)) {
-        return *product;
-    }
-    BSP_LOG(coreLog(), 1, "Unknown product ID: ", code);
-    return ProductId::EndOfList;
+    return lookUp(
+        ProductOfCode, code, {__func__, "Unknown product ID: ", ProductId::EndOfList},
+        [code] { return code; });
 }
 
 HwRevision getHwRevision() {

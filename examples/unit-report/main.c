@@ -1,6 +1,7 @@
 /* Reports what the layer says of the unit that this program runs on. */
 #include "bsp/Bsp.h"
 #include "bsp/Vocabulary.h"
+#include "reset-type.h"
 
 #include <stdio.h>
 
@@ -20,9 +21,22 @@ static void reportIdentity(void) {
     printNumber("board id", Bsp_getBoardId());
     printText("board", Bsp_getBoardIdText());
     printText("latest board", Bsp_getLatestBoardIdText());
+    printText("platform", Bsp_platformTypeName(Bsp_getPlatformType()));
+    printText("traffic backplane", Bsp_trafficBackplaneTypeName(Bsp_getTrafficBackplane()));
+    printText("control backplane", Bsp_controlBackplaneTypeName(Bsp_getControlBackplane()));
+}
+
+static void reportWarmStorage(void) {
+    char info[1200];
+    printText("last restart", lastResetName());
+    printNumber("slot id", Bsp_getSlotId());
+    if (WarmDatabase_getInfo(info, sizeof info) == 0) {
+        printf("%s", info);
+    }
 }
 
 int main(void) {
     reportIdentity();
+    reportWarmStorage();
     return 0;
 }

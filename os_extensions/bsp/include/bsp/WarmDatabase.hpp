@@ -1,0 +1,108 @@
+/// The warm database: up to 21 small named objects in memory that survives a warm restart.
+///
+/// Every process of the unit that uses it shares the objects. One that finds the device or the
+/// shared-memory objects unusable goes on with memory of its own, after a level-1 message on the
+/// trace "Bsp.WarmDatabase": its objects then are neither shared nor kept.
+#pragma once
+
+#include "bsp/export.h"
+
+#include <cstddef>
+#include <mutex>
+#include <string>
+
+#include <semaphore.h>
+
+namespace os::bsp::dtcm {
+
+inline constexpr std::size_t MaxNumberOfBlocks = 21;
+inline constexpr std::size_t MaxBlockNameLength = 15; // bytes
+inline constexpr std::size_t MaxObjectSize = 1520;    // bytes
+
+/// The process's connection to the database. All operations may be called from any thread.
+///
+/// An object is known by its name alone, 1 to 15 bytes; its size is checked against the maximum and
+/// not kept, so the clients of one name must agree on size and format. The data that an operation
+/// hands out lie in the warm area itself: aligned to 16 bytes, valid as long as the process, owned
+/// by the area, never to be freed. Nothing protects them but what their clients agree on: the
+/// object's sync object, or a lock inside the object.
+class BSP_EXPORT WarmDatabase {
+public:
+    /// Holds the database lock for its lifetime. A null semaphore, or one that cannot be waited
+    /// for, makes it do nothing. Not re-entrant: a second one in the same thread waits for ever.
+    class SemLockGuard {
+    public:
+        explicit SemLockGuard(sem_t* semaphore);
+        /// For a semaphore that the caller holds already.
+        SemLockGuard(sem_t* semaphore, std::adopt_lock_t /*held*/) noexcept
+            : m_semaphore(semaphore) {}
+        ~SemLockGuard();
+        SemLockGuard(const SemLockGuard&) = delete;
+        SemLockGuard& operator=(const SemLockGuard&) = delete;
+
+    private:
+        sem_t* m_semaphore;
+    };
+
+    /// The process's one instance. The first call connects to the shared objects, and creates those
+    /// that are missing; the first one after a cold restart clears the area. Waits for nobody.
+    static WarmDatabase& getInstance();
+
+    WarmDatabase(const WarmDatabase&) = delete;
+    WarmDatabase& operator=(const WarmDatabase&) = delete;
+
+    /// Whether name and size keep the limits; a level-1 message when not.
+    bool validateObject(const std::string& blockName, unsigned objectSize);
+
+    /// Creates an object of zeroes, also when one of this name is there, whose data are lost then
+    /// (a level-2 message). False, and null data, when the limits are broken or no block is free.
+    /// `lockDatabase` false is for callers that hold the lock.
+    bool createObject(
+        const std::string& blockName, void** data, unsigned objectSize, bool lockDatabase);
+
+    /// Finds an object. False, and null data, when there is none or the limits are broken.
+    bool retrieveObject(
+        const std::string& blockName, void** data, unsigned objectSize, bool lockDatabase);
+
+    /// The mutex, shared between processes, that belongs to the object's block; null when there is
+    /// no such object. The caller holds the lock. The mutex is as old as the system run, not as the
+    /// object.
+    std::mutex* getObjectSyncPointer(const std::string& blockName);
+
+    /// Finds an object, or else creates it, in one step under the lock: of all who ask for a name
+    /// at once, one gets `created` true. On failure the result is false, pointers are null.
+    bool getObjectData(
+        const std::string& blockName, void** data, unsigned objectSize, std::mutex** syncObject,
+        bool& created);
+
+    /// Takes and gives back the database lock, in the same thread.
+    void lock();
+    void unlock();
+
+    /// Writes a summary of the used blocks as text, never more than `size` bytes with the
+    /// terminating zero; lines that do not fit are left out. Returns 0. Takes no lock.
+    int getInfo(char* buffer, unsigned size);
+
+    /// Logs the count at level 5, too. Takes no lock.
+    unsigned getNumberOfFreeBlocks() const;
+
+    /// One level-5 message a used block. Takes no lock.
+    void logNamesOfUsedBlocks() const;
+
+private:
+    WarmDatabase();
+    ~WarmDatabase();
+
+    void memoryMapTheDatabase();
+    bool initDatabaseSemaphore();
+    void initBlockSynchronization();
+    void clearDatabaseIfColdRestart();
+
+    std::byte* m_mappedMemory = nullptr;
+    std::byte* m_blockSync = nullptr;
+    sem_t* m_databaseSemaphore = nullptr;
+    bool m_databaseSemaphoreCreated = false;
+    bool m_blockSyncCreated = false;
+};
+
+} // namespace os::bsp::dtcm

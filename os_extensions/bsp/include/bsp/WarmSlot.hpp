@@ -1,0 +1,33 @@
+/// The unit's slot id, kept in the warm database.
+#pragma once
+
+#include "bsp/export.h"
+
+namespace os::bsp {
+
+/// One integer that survives a warm restart and is -1, not set, after a cold one. Any thread of any
+/// process may get and set it. An instance that could not obtain its object from the warm database
+/// (a level-1 message on the trace "bsp.networking") stays invalid.
+class BSP_EXPORT WarmSlot {
+public:
+    WarmSlot();
+    WarmSlot(const WarmSlot&) = delete;
+    WarmSlot& operator=(const WarmSlot&) = delete;
+
+    /// -1 when invalid. Throws std::system_error when the object's mutex cannot be locked.
+    int get() const;
+
+    /// Ignored when invalid. Throws as get().
+    void set(int const& slotId);
+
+private:
+    struct SlotObject;
+
+    SlotObject* m_slotObject = nullptr;
+    bool m_valid = false;
+};
+
+/// The process's instance, constructed by the first call.
+BSP_EXPORT WarmSlot& slotInstance();
+
+} // namespace os::bsp

@@ -1,0 +1,143 @@
+/// The layout of the memory that all processes share, and that outlives them: a contract between
+/// processes and across restarts.
+#pragma once
+
+#include "bsp/WarmDatabase.hpp"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include <pthread.h>
+
+namespace os::bsp::dtcm {
+
+inline constexpr const char* WarmAreaDevice = "top.dtcm0";
+inline constexpr const char* SyncAreaName = "/DtcmSync";
+inline constexpr const char* DatabaseSemaphoreName = "/DtcmDbSharedSem";
+inline constexpr const char* ColdRestartDoneName = "/DtcmColdRestartDone";
+
+inline constexpr std::size_t WarmAreaSize = 32768;
+inline constexpr std::size_t BlockSize = 1536;
+inline constexpr std::size_t BlockNameSize = 16;
+
+/// One object. A first name byte of 0 marks the block as free. After a restart of unknown kind the
+/// name may be noise: no reader looks beyond its 16 bytes, or expects a zero in them.
+///
+/// Names are written under the database lock, but the diagnostics read them without it; so those
+/// two go byte by byte through atomics.
+struct Block {
+    char name[BlockNameSize];
+    std::byte data[MaxObjectSize];
+
+    bool isFree() { return nameByte(0).load(std::memory_order_acquire) == '\0'; }
+
+    std::string copyName() {
+        std::string text;
+        for (std::size_t i = 0; i < BlockNameSize; ++i) {
+            const char byte = nameByte(i).load(std::memory_order_acquire);
+            if (byte == '\0') {
+                break;
+            }
+            text += byte;
+        }
+        return text;
+    }
+
+    /// The object appears in one step: whoever is killed on the way leaves the block as free as it
+    /// was. The caller holds the lock; `text` has 1 to 15 bytes.
+    void become(std::string_view text) {
+        std::fill(std::begin(data), std::end(data), std::byte{0});
+        for (std::size_t i = BlockNameSize - 1; i > 0; --i) {
+            nameByte(i).store(i < text.size() ? text[i] : '\0', std::memory_order_relaxed);
+        }
+        nameByte(0).store(text.front(), std::memory_order_release);
+    }
+
+private:
+    std::atomic_ref<char> nameByte(std::size_t index) { return std::atomic_ref(name[index]); }
+};
+
+/// A name to look for, 1 to 15 bytes. A block has it when the name and the zero behind it stand at
+/// the start of the name field, whatever follows: two masked words are compared instead of bytes.
+/// For holders of the lock.
+class SoughtName {
+public:
+    explicit SoughtName(std::string_view text)
+        : m_name{wordOf(text.substr(0, 8)), wordOf(text.substr(std::min<std::size_t>(text.size(), 8)))},
+          m_mask{lowBytes(text.size() + 1), text.size() < 8 ? 0 : lowBytes(text.size() - 7)} {}
+
+    bool isNameOf(const Block& block) const { return differences(wordsOf(block)) == 0; }
+
+    /// Whether a scan for the name ends at the block: it has the name, or is free.
+    bool endsAt(const Block& block) const {
+        const Words words = wordsOf(block);
+        const std::uint64_t first = words[0] & lowBytes(1);
+        return differences(words) == 0 || first == 0;
+    }
+
+private:
+    using Words = std::array<std::uint64_t, 2>;
+    static_assert(sizeof(Words) == BlockNameSize);
+    static_assert(std::endian::native == std::endian::little);
+
+    static constexpr std::uint64_t lowBytes(std::size_t count) {
+        return count < 8 ? (std::uint64_t{1} << 8 * count) - 1 : ~std::uint64_t{0};
+    }
+
+    // By shifting: bytes that were just written one by one could not be loaded as a word for a
+    // while.
+    static std::uint64_t wordOf(std::string_view bytes) {
+        std::uint64_t word = 0;
+        for (std::size_t i = bytes.size(); i-- > 0;) {
+            word = word << 8 | static_cast<unsigned char>(bytes[i]);
+        }
+        return word;
+    }
+
+    static Words wordsOf(const Block& block) {
+        Words words;
+        std::memcpy(&words, block.name, sizeof words);
+        return words;
+    }
+
+    std::uint64_t differences(const Words& words) const {
+        return ((words[0] ^ m_name[0]) & m_mask[0]) | ((words[1] ^ m_name[1]) & m_mask[1]);
+    }
+
+    Words m_name;
+    Words m_mask;
+};
+
+struct WarmArea {
+    Block blocks[MaxNumberOfBlocks];
+    std::byte unused[WarmAreaSize - MaxNumberOfBlocks * BlockSize];
+};
+
+static_assert(std::is_standard_layout_v<WarmArea>);
+static_assert(sizeof(Block) == BlockSize && offsetof(Block, data) == BlockNameSize);
+static_assert(sizeof(WarmArea) == WarmAreaSize && offsetof(WarmArea, unused) == 32256);
+static_assert(BlockNameSize == MaxBlockNameLength + 1);
+
+/// The sync objects; number i belongs to block i.
+struct SyncArea {
+    pthread_mutex_t mutexes[MaxNumberOfBlocks];
+};
+
+inline constexpr std::size_t SyncAreaSize = sizeof(SyncArea);
+
+// Clients lock a sync object as the standard mutex that it also is.
+static_assert(sizeof(std::mutex) == sizeof(pthread_mutex_t));
+static_assert(sizeof(pthread_mutex_t) != 24 || SyncAreaSize == 504);
+
+inline WarmArea& warmArea(std::byte* memory) {
+    return *reinterpret_cast<WarmArea*>(memory);
+}
+
+} // namespace os::bsp::dtcm

@@ -1,0 +1,144 @@
+#include "bsp/WarmSlot.hpp"
+
+#include "Log.hpp"
+#include "ProcessShared.hpp"
+#include "bsp/Bsp.h"
+#include "bsp/WarmDatabase.hpp"
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <system_error>
+
+namespace os::bsp {
+
+namespace {
+
+constexpr const char* ObjectName = "SLOT";
+constexpr const char* InitError = "Error during initialization of warm area";
+constexpr int NotSet = -1;
+
+LogModule& slotLog() {
+    static LogModule module("bsp.networking", "os_extensions/bsp/src/WarmSlot");
+    return module;
+}
+
+[[maybe_unused]] const LogModule& logAtStartup = slotLog();
+
+class MutexLock {
+public:
+    explicit MutexLock(pthread_mutex_t& mutex) : m_mutex(mutex) {
+        if (const int error = pthread_mutex_lock(&mutex); error != 0) {
+            throw std::system_error(error, std::generic_category());
+        }
+    }
+    ~MutexLock() { pthread_mutex_unlock(&m_mutex); }
+    MutexLock(const MutexLock&) = delete;
+    MutexLock& operator=(const MutexLock&) = delete;
+
+private:
+    pthread_mutex_t& m_mutex;
+};
+
+} // namespace
+
+/// Lies in the warm area, shared by every process.
+struct WarmSlot::SlotObject {
+    std::int32_t slotId;
+    pthread_mutex_t mutex;
+
+    bool isInitialised() const {
+        const auto bytes = std::as_bytes(std::span(&mutex, 1));
+        return std::any_of(
+            bytes.begin(), bytes.end(), [](std::byte byte) { return byte != std::byte{0}; });
+    }
+
+    // The mutex comes last, and is not all zeroes then: it is marked as shared between processes.
+    void initialise() {
+        slotId = NotSet;
+        std::atomic_thread_fence(std::memory_order_release);
+        initialiseProcessShared({&mutex, 1});
+    }
+
+    // The object's creator gave the database lock back before it could initialise the object:
+    // another process may get here first, or find what a creator that was killed has left.
+    void initialiseOnce(std::mutex& sync) {
+        if (!isInitialised()) {
+            const std::lock_guard lock(sync);
+            if (!isInitialised()) {
+                initialise();
+            }
+        }
+        std::atomic_thread_fence(std::memory_order_acquire);
+    }
+};
+
+WarmSlot::WarmSlot() {
+    static_assert(
+        sizeof(pthread_mutex_t) != 24 ||
+        (sizeof(SlotObject) == 28 && offsetof(SlotObject, mutex) == 4));
+    try {
+        void* data = nullptr;
+        std::mutex* sync = nullptr;
+        bool created = false;
+        if (!dtcm::WarmDatabase::getInstance().getObjectData(
+                ObjectName, &data, sizeof(SlotObject), &sync, created) ||
+            data == nullptr || sync == nullptr) {
+            BSP_LOG(
+                slotLog(), 1, "Error: Could not get the ", ObjectName,
+                " object from the warm database");
+            return;
+        }
+        m_slotObject = static_cast<SlotObject*>(data);
+        m_slotObject->initialiseOnce(*sync);
+        m_valid = true;
+        BSP_LOG(
+            slotLog(), 5, "The ", ObjectName,
+            " object was successfully retrieved from the warm database");
+        if (created) {
+            BSP_LOG(
+                slotLog(), 5, "The ", ObjectName,
+                " object was created, initializing the object contents");
+        } else {
+            BSP_LOG(slotLog(), 5, "The slotId from WARM reset is: ", m_slotObject->slotId);
+        }
+    } catch (const std::exception& exception) {
+        BSP_LOG(slotLog(), 1, InitError, ": Caught exception [", exception.what(), "].");
+    } catch (...) {
+        BSP_LOG(slotLog(), 1, InitError, ": Caught unknown exception");
+    }
+}
+
+int WarmSlot::get() const {
+    if (!m_valid) {
+        return NotSet;
+    }
+    const MutexLock lock(m_slotObject->mutex);
+    BSP_LOG(slotLog(), 6, "SlotId is: ", m_slotObject->slotId);
+    return m_slotObject->slotId;
+}
+
+void WarmSlot::set(int const& slotId) {
+    if (!m_valid) {
+        return;
+    }
+    const MutexLock lock(m_slotObject->mutex);
+    BSP_LOG(slotLog(), 5, "Setting slotId to: ", slotId);
+    m_slotObject->slotId = slotId;
+}
+
+WarmSlot& slotInstance() {
+    static WarmSlot instance;
+    return instance;
+}
+
+} // namespace os::bsp
+
+int Bsp_getSlotId() {
+    return os::bsp::slotInstance().get();
+}
+
+void Bsp_setSlotId(int slotId) {
+    os::bsp::slotInstance().set(slotId);
+}

@@ -1,0 +1,22 @@
+/// Device library, C interface: memory devices by name. Callable from any thread.
+#ifndef DDEVIO_H
+#define DDEVIO_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/// Opens a device, for example "top.dtcm0". Returns a handle, or a negative error number.
+int DDevIo_open(const char* name);
+
+/// A descriptor of the open device, for mmap() at offset 0. It belongs to the handle.
+int DDevIo_getFileDescriptor(int handle);
+
+/// Gives the handle back; mappings stay valid. Returns 0, or a negative error number.
+int DDevIo_close(int handle);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
