@@ -3,6 +3,7 @@
 #include "bsp/Vocabulary.h"
 #include "reset-type.h"
 
+#include <ctype.h>
 #include <stdio.h>
 
 static void printNumber(const char* what, int number) {
@@ -26,6 +27,27 @@ static void reportIdentity(void) {
     printText("control backplane", Bsp_controlBackplaneTypeName(Bsp_getControlBackplane()));
 }
 
+/* Images are kept under the FPGA's name in lower case. */
+static const char* imageOf(const char* fpga) {
+    char key[16] = "";
+    for (size_t i = 0; fpga[i] != '\0' && i + 1 < sizeof key; ++i) {
+        key[i] = (char)tolower((unsigned char)fpga[i]);
+    }
+    const char* const path = Bsp_getFpgaPath(key);
+    return path != NULL ? path : "none";
+}
+
+static void reportComponents(void) {
+    const char* const fpga = Bsp_trafFpgaTypeName(Bsp_getTrafFpgaType());
+    printText("DSP", Bsp_dspTypeName(Bsp_getDspType()));
+    printText("traffic FPGA", fpga);
+    printText("its image", imageOf(fpga));
+    printText("switch", Bsp_switchTypeName(Bsp_getSwitchType()));
+    printNumber("channels", (int)Bsp_getNumberOfChannels());
+    printNumber("radio links", (int)Bsp_getNumberOfRlt());
+    printText("radio-link mode", Bsp_radiolinkModeName(Bsp_getRadiolinkMode()));
+}
+
 static void reportWarmStorage(void) {
     char info[1200];
     printText("last restart", lastResetName());
@@ -37,6 +59,7 @@ static void reportWarmStorage(void) {
 
 int main(void) {
     reportIdentity();
+    reportComponents();
     reportWarmStorage();
     return 0;
 }

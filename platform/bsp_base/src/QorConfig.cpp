@@ -93,14 +93,22 @@ bool QorConfig::setValue(std::string_view key, std::string_view value) {
 }
 
 bool QorConfig::clearValue(std::string_view key) {
-    const FileDescriptor folder = openFolder();
-    if (!isFileName(key) || !folder || !lockFolder(folder)) {
+    if (!isFileName(key)) {
         return false;
     }
-    if (unlinkat(folder.get(), std::string(key).c_str(), 0) == -1) {
+    const FileDescriptor folder = openFolder();
+    if (!folder) {
         return errno == ENOENT;
     }
-    return fsync(folder.get()) == 0;
+    if (!lockFolder(folder)) {
+        return false;
+    }
+    const std::string name(key);
+    // Asked first: a read-only store refuses to remove what is not there.
+    if (faccessat(folder.get(), name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == -1 && errno == ENOENT) {
+        return true;
+    }
+    return unlinkat(folder.get(), name.c_str(), 0) == 0 && fsync(folder.get()) == 0;
 }
 
 } // namespace os::bsp

@@ -20,6 +20,8 @@ struct QorHwVariant;
 }
 using Bsp_HwVariant = os::bsp::QorHwVariant;
 
+enum class RadiolinkMode : std::int32_t; // Vocabulary.hpp
+
 extern "C" {
 #else
 #include <stdbool.h>
@@ -32,6 +34,9 @@ typedef struct Bsp_HwVariant {
     int32_t productCode;
     int32_t hwCode[8];
 } Bsp_HwVariant;
+
+/// 0 for Rl4, 1 for Rl5.
+typedef int32_t RadiolinkMode;
 #endif
 
 /// The row of the platform's table whose hardware code is the unit's own, or the first row when
@@ -60,6 +65,28 @@ BSP_EXPORT const char* Bsp_getLatestBoardIdText(void);
 BSP_EXPORT int Bsp_getPlatformType(void);
 BSP_EXPORT int Bsp_getTrafficBackplane(void);
 BSP_EXPORT int Bsp_getControlBackplane(void);
+
+/// The unit's components: DspType, TrafFpgaType and SwitchType values. The traffic FPGA may take a
+/// look at the unit's configuration store, at every call.
+BSP_EXPORT int Bsp_getDspType(void);
+BSP_EXPORT int Bsp_getTrafFpgaType(void);
+BSP_EXPORT int Bsp_getSwitchType(void);
+
+/// The number of traffic channels and of radio links, 1 or 2 each.
+BSP_EXPORT unsigned Bsp_getNumberOfChannels(void);
+BSP_EXPORT unsigned Bsp_getNumberOfRlt(void);
+
+/// The radio-link mode as the unit's configuration store had it at the first call in this process.
+BSP_EXPORT int Bsp_getRadiolinkMode(void);
+
+/// Store or remove the radio-link mode, for processes that ask later. 0, or -1 when the store did
+/// not, or when the mode is neither 0 nor 1.
+BSP_EXPORT int Bsp_setRadiolinkMode(RadiolinkMode mode);
+BSP_EXPORT int Bsp_clearRadiolinkMode(void);
+
+/// The path of an FPGA's image, relative to the directory where images are kept; `key` is the
+/// FPGA's code name in lower case, or "pci", and must not be null. Null for any other key.
+BSP_EXPORT const char* Bsp_getFpgaPath(const char* key);
 
 /// One board: its id and its name, NUL-terminated and padded with NUL bytes.
 struct Bsp_BoardIdRow {

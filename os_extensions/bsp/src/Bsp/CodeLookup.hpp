@@ -2,7 +2,7 @@
 
 #include "CodeTable.hpp"
 #include "CoreLog.hpp"
-#include "HwVariant.hpp"
+#include "HwCode.hpp"
 #include "bsp/Bsp.h"
 
 namespace os::bsp {
@@ -31,9 +31,9 @@ Value lookUp(
 
 /// For Number: a word of the hardware code in the unit's variant row, which is what most messages
 /// quote rather than the unit's own word.
-inline auto variantWord(std::size_t index) {
-    return [index] {
-        return Bsp_getQorHwVariant()->hwCode.words[index];
+inline auto variantWord(HwWord word) {
+    return [word] {
+        return Bsp_getQorHwVariant()->hwCode.words[word];
     };
 }
 

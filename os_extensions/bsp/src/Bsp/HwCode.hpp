@@ -4,6 +4,14 @@
 
 namespace os::bsp {
 
+/// What the words of a hardware code stand for; the others are only compared.
+enum HwWord : std::size_t {
+    PlatformWord = 1,
+    ControlBackplaneWord = 2,
+    TrafficWord = 3,
+    DspWord = 5
+};
+
 /// The unit's hardware code: word i is byte i of the EEPROM, 0 to 255. When the EEPROM cannot be
 /// read it is the code of the platform's fifteenth variant, or eight words of -1 when the platform
 /// has fewer. Set up by the first call in the process, in whichever thread makes it.

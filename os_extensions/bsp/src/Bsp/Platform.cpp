@@ -1,14 +1,9 @@
 #include "bsp/Platform.hpp"
 
 #include "CodeLookup.hpp"
-#include "HwCode.hpp"
 
 namespace os::bsp {
 namespace {
-
-constexpr std::size_t PlatformWord = 1;
-constexpr std::size_t ControlBackplaneWord = 2;
-constexpr std::size_t TrafficWord = 3;
 
 // clang-format off
 constexpr CodeTable<PlatformType, 2> Platforms = {

@@ -1,0 +1,31 @@
+#include "allocations.hpp"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+unsigned long count = 0;
+
+} // namespace
+
+unsigned long allocations() {
+    return count;
+}
+
+void* operator new(std::size_t size) {
+    ++count;
+    void* const memory = std::malloc(size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}

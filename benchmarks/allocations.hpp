@@ -1,0 +1,4 @@
+#pragma once
+
+/// How often the process has called operator new, libraries included.
+unsigned long allocations();

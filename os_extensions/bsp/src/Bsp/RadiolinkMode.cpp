@@ -1,0 +1,57 @@
+#include "bsp/RadiolinkMode.hpp"
+
+#include "CoreLog.hpp"
+#include "OnceFlag.hpp"
+#include "QorConfig.hpp"
+#include "bsp/Bsp.h"
+
+namespace os::bsp {
+namespace {
+
+namespace text = value::radiolinkMode;
+
+constinit OnceFlag modeLoaded;
+constinit RadiolinkMode loadedMode = RadiolinkMode::Rl4;
+
+} // namespace
+
+RadiolinkMode getRadiolinkMode() {
+    modeLoaded.run([] {
+        // Rl4 is what any other text, or none, stands for.
+        if (QorConfig().getValue(key::RadiolinkMode) == text::Rl5) {
+            loadedMode = RadiolinkMode::Rl5;
+        }
+    });
+    return loadedMode;
+}
+
+bool setRadiolinkMode(RadiolinkMode mode) {
+    switch (mode) {
+    case RadiolinkMode::Rl4:
+        return QorConfig().setValue(key::RadiolinkMode, text::Rl4);
+    case RadiolinkMode::Rl5:
+        return QorConfig().setValue(key::RadiolinkMode, text::Rl5);
+    default:
+        BSP_LOG(
+            coreLog(), 1, "Unsupported radio-link mode: ", lookupName(radiolinkModeNames(), mode));
+        return false;
+    }
+}
+
+bool clearRadiolinkMode() {
+    return QorConfig().clearValue(key::RadiolinkMode);
+}
+
+} // namespace os::bsp
+
+int Bsp_getRadiolinkMode() {
+    return static_cast<int>(os::bsp::getRadiolinkMode());
+}
+
+int Bsp_setRadiolinkMode(RadiolinkMode mode) {
+    return os::bsp::setRadiolinkMode(mode) ? 0 : -1;
+}
+
+int Bsp_clearRadiolinkMode() {
+    return os::bsp::clearRadiolinkMode() ? 0 : -1;
+}
