@@ -1,4 +1,7 @@
-/* Reports what the layer says of the unit that this program runs on. */
+/* Reports what the layer says of the unit that this program runs on:
+ *
+ *     unit-report [KERNEL-IMAGE [BOOT-LOADER-IMAGE]]
+ */
 #include "bsp/Bsp.h"
 #include "bsp/Vocabulary.h"
 #include "reset-type.h"
@@ -57,9 +60,26 @@ static void reportWarmStorage(void) {
     }
 }
 
-int main(void) {
+static void reportSoftware(const char* kernelImage, const char* bootLoaderImage) {
+    char kernel[8] = "none";
+    char product[32] = "unreadable";
+    char bootLoader[32] = "unreadable";
+    if (kernelImage != NULL) {
+        const int result = Bsp_getKernelRState(kernelImage, kernel, sizeof kernel);
+        printText("kernel R-state", result == 0 ? kernel : "unreadable");
+    }
+    if (bootLoaderImage != NULL) {
+        Bsp_getUbootProductInfo(
+            bootLoaderImage, product, sizeof product, bootLoader, sizeof bootLoader);
+        printText("boot-loader product", product);
+        printText("boot-loader R-state", bootLoader);
+    }
+}
+
+int main(int argc, char** argv) {
     reportIdentity();
     reportComponents();
+    reportSoftware(argc > 1 ? argv[1] : NULL, argc > 2 ? argv[2] : NULL);
     reportWarmStorage();
     return 0;
 }

@@ -30,14 +30,6 @@ int formatResult = -1;
 
 extern "C" {
 
-BSP_EXPORT const char* __asan_default_options() { // NOLINT(bugprone-reserved-identifier)
-    return "allocator_may_return_null=1:max_allocation_size_mb=1000";
-}
-
-BSP_EXPORT const char* __tsan_default_options() { // NOLINT(bugprone-reserved-identifier)
-    return __asan_default_options();
-}
-
 BSP_EXPORT const char* Bsp_getBoardIdText() {
     return board;
 }
@@ -108,7 +100,7 @@ protected:
     static void expectUntouched() { EXPECT_TRUE(unit::readFile(Device) == freshChip()); }
 };
 
-// A sanitizer needs its address space, but its allocator can be told to fail (below).
+// A sanitizer needs its address space; its allocator refuses such a size by itself.
 void limitMemory() {
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     const rlimit little = {1 << 28, 1 << 28};

@@ -13,6 +13,7 @@
 #include "bsp/export.h"
 
 #ifdef __cplusplus
+#include <cstddef>
 #include <cstdint>
 
 namespace os::bsp {
@@ -25,6 +26,7 @@ enum class RadiolinkMode : std::int32_t; // Vocabulary.hpp
 extern "C" {
 #else
 #include <stdbool.h>
+#include <stddef.h>
 #include <stdint.h>
 
 /// One row of the platform's table of hardware variants.
@@ -106,6 +108,23 @@ BSP_EXPORT extern const struct Bsp_BoardIdRow Bsp_boardIdMap[Bsp_boardIdMapSize]
 /// keeps what it has), or -1. The chip's registers are written only after the whole file has been
 /// read without an error and the chip has answered. One call at a time: the chip has no lock.
 BSP_EXPORT int Idt_writeConfig(void);
+
+/// Reads the R-state of the kernel image `fileName`, the fourth part of the release in its version
+/// banner ("Linux version 4.9.0.R2A05" has R2A05), into `buffer`: at most 7 letters and digits and
+/// a zero; `size` is at least 8. Returns 0 when there is a banner, also one without a fourth part,
+/// which leaves the buffer alone; or -1, the buffer untouched and the reason on the trace
+/// "bsp.core". The image is inflated into "/dev/shm/zImage_tmp", which is gone after the call;
+/// calls may overlap.
+BSP_EXPORT int Bsp_getKernelRState(const char* fileName, char* buffer, size_t size);
+
+/// Reads what the boot loader's image says behind "Product number: " and "R-state: " into the
+/// buffers, each of at least 1 byte: the text up to the end of the line or the first zero byte, cut
+/// to fit, with a zero; "Not found" where the label is missing. Returns 0, or -1, both buffers
+/// untouched and the reason on the trace "bsp.core", when the image cannot be read. Needs memory
+/// for the whole image during the call; calls may overlap.
+BSP_EXPORT int Bsp_getUbootProductInfo(
+    const char* deviceName, char* productNumber, size_t productNumberSize, char* rState,
+    size_t rStateSize);
 
 /// The warm database: up to 21 objects of at most 1520 bytes, named by 1 to 15 bytes, in memory
 /// that survives a warm restart and is shared by all processes of the unit. Functions return 0, or

@@ -2,7 +2,7 @@
 
 #include "bsp/Bsp.h"
 
-#include <string_view>
+#include <cstring>
 
 namespace os::bsp {
 namespace {
@@ -33,7 +33,7 @@ constexpr FpgaPathRow fpgaPathMap[] = {
 
 char const* getFpgaPath(char const* key) {
     for (const FpgaPathRow& row : fpgaPathMap) {
-        if (std::string_view(key) == row.key) {
+        if (std::strcmp(key, row.key) == 0) {
             return row.path;
         }
     }

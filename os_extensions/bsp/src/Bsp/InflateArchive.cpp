@@ -1,0 +1,92 @@
+#include "Archive.hpp"
+
+#include "CoreLog.hpp"
+#include "ReadHelper.hpp"
+
+#include <array>
+#include <cstring>
+
+#include <zlib.h>
+
+using os::bsp::coreLog;
+
+namespace {
+
+using Chunk = std::array<unsigned char, 16384>;
+
+// A history of 32 KiB, and a gzip or zlib header that is recognised.
+constexpr int WindowBits = 15 + 32;
+
+/// Owns zlib's state.
+class Inflater {
+public:
+    Inflater() : m_initialised(inflateInit2(&m_stream, WindowBits)) {}
+    ~Inflater() { inflateEnd(&m_stream); }
+    Inflater(const Inflater&) = delete;
+    Inflater& operator=(const Inflater&) = delete;
+
+    /// zlib's result of the initialisation.
+    int initialised() const { return m_initialised; }
+
+    void setInput(Chunk& chunk, std::size_t size) {
+        m_stream.next_in = chunk.data();
+        m_stream.avail_in = static_cast<uInt>(size);
+    }
+
+    /// Fills `chunk` as far as the input goes; zlib's result.
+    int inflateInto(Chunk& chunk) {
+        m_stream.next_out = chunk.data();
+        m_stream.avail_out = static_cast<uInt>(chunk.size());
+        return inflate(&m_stream, Z_NO_FLUSH);
+    }
+
+    std::size_t unfilled() const { return m_stream.avail_out; }
+
+private:
+    z_stream m_stream{};
+    int m_initialised;
+};
+
+// Everything else zlib reports, or waits for more input, is not the end.
+bool isFailure(int result) {
+    return result == Z_NEED_DICT || result == Z_DATA_ERROR || result == Z_MEM_ERROR;
+}
+
+} // namespace
+
+int Bsp_inflateArchive(int fd, std::FILE* out) {
+    BSP_LOG_ENTER(coreLog(), "(", "fd=", fd, ")");
+    Chunk input;
+    Chunk output;
+    Inflater inflater;
+    if (inflater.initialised() != Z_OK) {
+        BSP_LOG(coreLog(), 1, "inflateInit2() failed with error ", inflater.initialised());
+        return -1;
+    }
+    int result = Z_OK;
+    while (result != Z_STREAM_END) {
+        const ssize_t count = Bsp_readHelper(fd, input.data(), input.size());
+        if (count == -1) {
+            BSP_LOG(coreLog(), 1, "Read failed with errno = ", std::strerror(errno));
+            return -1;
+        }
+        if (count == 0) {
+            BSP_LOG(coreLog(), 4, "End-of-file reached");
+            return -1;
+        }
+        inflater.setInput(input, static_cast<std::size_t>(count));
+        do {
+            result = inflater.inflateInto(output);
+            if (isFailure(result)) {
+                BSP_LOG(coreLog(), 1, "inflate() failed with error ", result);
+                return -1;
+            }
+            const std::size_t have = output.size() - inflater.unfilled();
+            if (std::fwrite(output.data(), 1, have, out) < have || std::ferror(out) != 0) {
+                BSP_LOG(coreLog(), 1, "fwrite() failed");
+                return -1;
+            }
+        } while (inflater.unfilled() == 0);
+    }
+    return 0;
+}

@@ -1,0 +1,89 @@
+#include "LinuxVersion.hpp"
+
+#include "CoreLog.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+using os::bsp::coreLog;
+
+namespace {
+
+constexpr std::string_view Marker = "Linux version";
+constexpr std::size_t LongestBanner = 1024;
+
+/// A whole file, mapped for reading.
+class FileMapping {
+public:
+    FileMapping(int fd, std::size_t size)
+        : m_memory(mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0)), m_size(size) {}
+    ~FileMapping() {
+        if (*this) {
+            munmap(m_memory, m_size);
+        }
+    }
+    FileMapping(const FileMapping&) = delete;
+    FileMapping& operator=(const FileMapping&) = delete;
+
+    explicit operator bool() const { return m_memory != MAP_FAILED; }
+    std::string_view content() const { return {static_cast<const char*>(m_memory), m_size}; }
+
+private:
+    void* m_memory;
+    std::size_t m_size;
+};
+
+// Where the marker ends. The byte that breaks a partial match is not taken for a new start.
+std::size_t findMarkerEnd(std::string_view image) {
+    std::size_t start = 0;
+    while ((start = image.find(Marker.front(), start)) != std::string_view::npos) {
+        const auto candidate = image.substr(start, Marker.size());
+        const auto broken = std::mismatch(candidate.begin(), candidate.end(), Marker.begin()).first;
+        const auto matched = static_cast<std::size_t>(broken - candidate.begin());
+        if (matched == Marker.size()) {
+            return start + matched;
+        }
+        start += matched + 1;
+    }
+    return std::string_view::npos;
+}
+
+// `banner` begins behind the marker, with one separating character.
+void parseBanner(std::string_view banner, char* rState) {
+    banner.remove_prefix(std::min<std::size_t>(1, banner.size()));
+    const std::string text(banner.substr(0, LongestBanner));
+    int numbers[3];
+    std::sscanf( // NOLINT(cert-err34-c): a part that is missing is no error
+        text.c_str(), "%d.%d.%d.%7[a-zA-Z0-9]", &numbers[0], &numbers[1], &numbers[2], rState);
+}
+
+} // namespace
+
+char* Bsp_findLinuxVersion(std::FILE* image, char* buffer) {
+    BSP_LOG_ENTER(coreLog(), "()");
+    // This also writes out what the stream still buffers, so that the mapping has it.
+    if (std::fseek(image, 0, SEEK_SET) != 0) {
+        BSP_LOG(coreLog(), 1, "fseek failed with errno = ", std::strerror(errno));
+    }
+    struct stat status {};
+    if (fstat(fileno(image), &status) == -1) {
+        BSP_LOG(coreLog(), 1, "fstat failed with errno = ", std::strerror(errno));
+        return nullptr;
+    }
+    const FileMapping mapping(fileno(image), static_cast<std::size_t>(status.st_size));
+    if (!mapping) {
+        BSP_LOG(coreLog(), 1, "unable to mmap temp image");
+        return nullptr;
+    }
+    const std::string_view content = mapping.content();
+    const std::size_t end = findMarkerEnd(content);
+    if (end == std::string_view::npos) {
+        return nullptr;
+    }
+    parseBanner(content.substr(end), buffer);
+    return buffer;
+}
