@@ -28,7 +28,10 @@ public:
         if (count != static_cast<ssize_t>(bytes.size())) {
             return false;
         }
-        value = bytes[0] | bytes[1] << 8U | bytes[2] << 16U | std::uint32_t{bytes[3]} << 24U;
+        value = 0;
+        for (std::size_t i = bytes.size(); i-- > 0;) {
+            value = value << 8 | bytes[i];
+        }
         return true;
     }
 
