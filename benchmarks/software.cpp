@@ -83,18 +83,19 @@ void readAndSearchTwice(benchmark::State& state) {
     }
 }
 
+BENCHMARK(kernelRState);
+BENCHMARK(plainInflation);
+BENCHMARK(bootLoader);
+BENCHMARK(readAndSearchTwice);
+
 } // namespace
 
 int main(int argc, char** argv) { // NOLINT(bugprone-exception-escape): it may end so
     benchmark::Initialize(&argc, argv);
     if (argc > 1) {
         kernelImage = argv[1];
-        benchmark::RegisterBenchmark("kernelRState", kernelRState);
-        benchmark::RegisterBenchmark("plainInflation", plainInflation);
     }
     writeBootLoader();
-    benchmark::RegisterBenchmark("bootLoader", bootLoader);
-    benchmark::RegisterBenchmark("readAndSearchTwice", readAndSearchTwice);
     benchmark::RunSpecifiedBenchmarks();
     unlink(BootLoaderImage);
     return 0;

@@ -25,8 +25,8 @@ struct Query {
     int (*flat)();
     int (*inNamespace)();
     std::map<int, int> answers;
-    int unknown;
     const char* message;
+    int unknown;
     Quoted quoted = Quoted::VariantRow;
 };
 
@@ -38,18 +38,18 @@ int asInt() {
 // clang-format off
 const Query Queries[] = {
     {"getPlatformType", 1, Bsp_getPlatformType, asInt<os::bsp::getPlatformType>,
-     {{0, 1}, {1, 2}}, 3, "Unknown platformType: "},
+     {{0, 1}, {1, 2}}, "Unknown platformType: ", 3},
     {"getTrafficBackplane", 3, Bsp_getTrafficBackplane, asInt<os::bsp::getTrafficBackplane>,
-     {{0, 1}, {3, 2}, {4, 2}, {5, 2}, {6, 2}, {7, 2}, {8, 2}}, 3, "Unknown backplaneType: "},
+     {{0, 1}, {3, 2}, {4, 2}, {5, 2}, {6, 2}, {7, 2}, {8, 2}}, "Unknown backplaneType: ", 3},
     {"getControlBackplane", 2, Bsp_getControlBackplane, asInt<os::bsp::getControlBackplane>,
-     {{0, 1}, {1, 2}, {2, 3}}, 4, "Unknown backplaneType: "},
+     {{0, 1}, {1, 2}, {2, 3}}, "Unknown backplaneType: ", 4},
     {"getDspType", 5, Bsp_getDspType, asInt<os::bsp::getDspType>,
-     {{0, 4}, {2, 5}, {4, 6}}, 7, "Unknown dspType: "},
+     {{0, 4}, {2, 5}, {4, 6}}, "Unknown dspType: ", 7},
     {"getTrafFpgaType", 3, Bsp_getTrafFpgaType, asInt<os::bsp::getTrafFpgaType>,
-     {{0, 6}, {3, 12}, {4, 14}, {5, 15}, {6, 17}, {7, 18}, {8, 19}}, 23,
-     "Not supported traffic FPGA: "},
+     {{0, 6}, {3, 12}, {4, 14}, {5, 15}, {6, 17}, {7, 18}, {8, 19}},
+     "Not supported traffic FPGA: ", 23},
     {"getNumberOfRadiolinks", 3, asInt<Bsp_getNumberOfRlt>, asInt<os::bsp::getNumberOfRadiolinks>,
-     {{0, 2}, {3, 2}, {4, 1}, {5, 2}, {6, 1}, {7, 1}, {8, 2}}, 2, "Unknown traf type: ",
+     {{0, 2}, {3, 2}, {4, 1}, {5, 2}, {6, 1}, {7, 1}, {8, 2}}, "Unknown traf type: ", 2,
      Quoted::UnitsOwn},
 };
 // clang-format on

@@ -22,7 +22,6 @@
 namespace {
 
 using namespace test;
-using os::bsp::QorConfig;
 namespace key = os::bsp::key;
 
 const auto VariantFile = unit::Config / key::FpgaVariant;

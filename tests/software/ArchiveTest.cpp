@@ -104,7 +104,7 @@ TEST(InflateArchive, ChunksMayEndTogether) {
         ASSERT_EQ(inflation.result, 0) << length;
         ASSERT_TRUE(inflation.content == content) << length;
     }
-    const auto zeroes = inflateFile(deflated(std::string(16384 * 1000, '\0')));
+    const auto zeroes = inflateFile(deflated(std::string(16384UL * 1000, '\0')));
     EXPECT_EQ(zeroes.result, 0);
     EXPECT_EQ(zeroes.content.size(), 16384U * 1000);
 }

@@ -42,8 +42,10 @@ std::size_t findMarkerEnd(std::string_view image) {
     std::size_t start = 0;
     while ((start = image.find(Marker.front(), start)) != std::string_view::npos) {
         const auto candidate = image.substr(start, Marker.size());
-        const auto broken = std::mismatch(candidate.begin(), candidate.end(), Marker.begin()).first;
-        const auto matched = static_cast<std::size_t>(broken - candidate.begin());
+        std::size_t matched = 0;
+        while (matched < candidate.size() && candidate[matched] == Marker[matched]) {
+            ++matched;
+        }
         if (matched == Marker.size()) {
             return start + matched;
         }

@@ -111,9 +111,11 @@ bool isUsable(const Destination& destination) {
 
 } // namespace
 
+// NOLINTBEGIN(readability-non-const-parameter): they are written through a Destination
 int Bsp_getUbootProductInfo(
     const char* deviceName, char* productNumber, size_t productNumberSize, char* rState,
     size_t rStateSize) {
+    // NOLINTEND(readability-non-const-parameter)
     const Destination product = {productNumber, productNumberSize};
     const Destination revision = {rState, rStateSize};
     if (deviceName == nullptr) {

@@ -20,7 +20,8 @@ public:
     __attribute__((format(printf, 2, 3))) void append(const char* format, ...) {
         std::va_list arguments;
         va_start(arguments, format);
-        const int length = std::vsnprintf(m_position, m_left, format, arguments);
+        const int length =
+            std::vsnprintf(m_position, m_left, format, arguments); // NOLINT: it is initialised
         va_end(arguments);
         const unsigned written = std::min(static_cast<unsigned>(length), m_left);
         m_position += written;
