@@ -55,7 +55,7 @@ TEST(VariantTable, MalformedFileIsNamedAndReplacedByTheBuiltInRows) {
         {good + Row + "\n", 2},           // 15 numbers
         {good + "\n" + Row + "1 2\n", 3}, // 17 numbers
         {std::string(Row) + "x", 1},
-        {std::string(Row) + "0x", 1},
+        {std::string(Row) + "0x-5", 1},
         {std::string(Row) + "1.5", 1},
         {std::string(Row) + "2147483648", 1},
         {std::string(Row) + "0x80000000", 1},

@@ -155,6 +155,7 @@ TEST_F(ClockWriter, BadTokenLeavesTheChipAlone) {
         {"1 -", 2},
         {"1-2", 1},
         {repeat("1 ", 215) + "g", 216},
+        {std::string(5000, '1'), 1},
         {std::string("1 2\0", 4), 2},
         {"\xEF\xBB\xBF"
          "1",
@@ -176,7 +177,8 @@ TEST_F(ClockWriter, UnreadableFileLeavesTheChipAlone) {
     std::filesystem::create_directory(ConfigFile);
     const auto result = write();
     EXPECT_EQ(result.value, -1);
-    EXPECT_EQ(result.out, error(std::string(ConfigFile) + ": read error: Is a directory"));
+    EXPECT_EQ(
+        result.out, error(std::string(ConfigFile) + ": read error at token 1: Is a directory"));
     expectUntouched();
 }
 

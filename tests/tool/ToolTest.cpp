@@ -43,7 +43,9 @@ TEST(Tool, DispatchesItsOneFunction) {
 // The loader's own sanitizer check objects to a library in front of the sanitizer's.
 TEST(Tool, PreloadedBoardNameIsTaken) {
     const std::vector<std::string> environment = {
-        "LD_PRELOAD=" BOARD_NAME, "BRING_UP_BOARD=X1", "ASAN_OPTIONS=verify_asan_link_order=0"};
+        "LD_PRELOAD=/tmp/board_name.so", "BRING_UP_BOARD=X1",
+        "ASAN_OPTIONS=verify_asan_link_order=0"};
+    std::filesystem::copy_file(BOARD_NAME, "/tmp/board_name.so"); // no blank or colon in its path
     unit::writeFile("/dev/idt", std::string(256, '\0'));
     const auto missing = runProgram({PROGRAM_CLOCK}, environment);
     EXPECT_EQ(missing.status, 0) << missing.err;

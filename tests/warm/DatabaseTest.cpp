@@ -115,6 +115,8 @@ TEST_F(Database, LimitsAreRefusedBeforeAnythingIsTouched) {
         EXPECT_FALSE(database().validateObject(name, size));
         EXPECT_EQ(countLines(GetCapturedStderr(), message), 1) << message;
     }
+    void* data = nullptr;
+    EXPECT_FALSE(database().createObject(std::string("\0x", 2), &data, 1, true));
     EXPECT_TRUE(area() == before);
 }
 

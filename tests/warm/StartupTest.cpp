@@ -182,6 +182,26 @@ TEST(Startup, FaultsAreReportedAndBypassed) {
     }
 }
 
+TEST(Startup, FullSharedMemoryDoesNotHideTheLock) {
+    fillShm();
+    std::filesystem::remove("/dev/shm/filler");
+    unit::restart(unit::Warm, "");
+    sem_close(sem_open("/DtcmDbSharedSem", O_CREAT | O_EXCL, 0666, 1));
+    unit::writeFile("/dev/shm/filler", std::string(4096, 'x'));
+    const auto outcome = startInChild([] { EXPECT_TRUE(Object("A").created); });
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_EQ(countLines(outcome.err, NoSemaphore), 0) << outcome.err;
+}
+
+TEST(Startup, MissingSharedMemoryIsReportedAndBypassed) {
+    unit::restart(unit::Warm, "");
+    umount2("/dev/shm", MNT_DETACH);
+    std::filesystem::remove_all("/dev/shm");
+    const auto outcome = startInChild([] { EXPECT_TRUE(Object("A").created); });
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_EQ(countLines(outcome.err, NoSemaphore + "No such file or directory"), 1) << outcome.err;
+}
+
 TEST(Startup, ExhaustedDescriptorsAreReportedAndBypassed) {
     expectMessages(
         {"no descriptors", [] { limit(RLIMIT_NOFILE, 4); }, {NoArea, NoSemaphore, NoSync}});

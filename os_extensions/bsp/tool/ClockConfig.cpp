@@ -9,6 +9,9 @@
 
 namespace {
 
+// A number needs no more; a longer token is none, whatever it is.
+constexpr std::size_t LongestToken = 4096;
+
 // Empty at the end of the file and after a read error.
 std::string readToken(std::FILE* file) {
     int character = std::getc(file);
@@ -17,7 +20,9 @@ std::string readToken(std::FILE* file) {
     }
     std::string token;
     while (character != EOF && std::isspace(character) == 0) {
-        token += static_cast<char>(character);
+        if (token.size() <= LongestToken) {
+            token += static_cast<char>(character);
+        }
         character = std::getc(file);
     }
     return token;
@@ -37,7 +42,7 @@ std::optional<std::uint8_t> lowestByte(std::string_view token) {
     if (token.starts_with("0x") || token.starts_with("0X")) {
         token.remove_prefix(2);
     }
-    if (!isHexadecimal(token)) {
+    if (token.size() > LongestToken || !isHexadecimal(token)) {
         return std::nullopt;
     }
     token.remove_prefix(token.size() > 2 ? token.size() - 2 : 0);
@@ -52,7 +57,9 @@ std::string readClockConfig(std::FILE* file, ClockConfig& config) {
     while (config.size < config.bytes.size()) {
         const std::string token = readToken(file);
         if (std::ferror(file) != 0) {
-            return std::string("read error: ") + std::strerror(errno);
+            const int error = errno;
+            return "read error at token " + std::to_string(config.size + 1) + ": " +
+                   std::strerror(error);
         }
         if (token.empty()) {
             break;

@@ -35,7 +35,8 @@ public:
     /// Throws std::system_error when the value is there and cannot be read.
     std::string getValue(std::string_view key) const;
 
-    /// True when the value has reached the medium; otherwise the old value stands.
+    /// True when the value has reached the medium. Otherwise the old value stands, or the new one
+    /// is there but may not outlast a loss of power.
     bool setValue(std::string_view key, std::string_view value);
 
     /// True when `key` is no longer set, also when it was not set before.

@@ -23,7 +23,8 @@ std::optional<std::int32_t> readNumber(std::string_view word) {
     }
     std::int32_t number = 0;
     const auto parsed = std::from_chars(word.begin(), word.end(), number, hexadecimal ? 16 : 10);
-    const bool whole = parsed.ec == std::errc{} && parsed.ptr == word.end();
+    const bool sign = hexadecimal && word.starts_with('-');
+    const bool whole = !sign && parsed.ec == std::errc{} && parsed.ptr == word.end();
     return whole ? std::optional(number) : std::nullopt;
 }
 

@@ -13,6 +13,7 @@ namespace {
 struct Record {
     std::string line;
     Record* outer;
+    bool lost = false; // there was no memory for a part of it
 };
 
 // A plain pointer rather than a container: records may still be written while thread-local and
@@ -60,7 +61,7 @@ TolvTrace::~TolvTrace() {
 }
 
 void TolvTrace::beginLogMsg(TolvTraceLevel level, const TolvTraceHeader& header) noexcept {
-    auto* const record = dropped == 0 ? new (std::nothrow) Record{{}, innermost} : nullptr;
+    auto* const record = dropped == 0 ? new (std::nothrow) Record{{}, innermost, false} : nullptr;
     if (record == nullptr) {
         ++dropped;
         return;
@@ -69,7 +70,7 @@ void TolvTrace::beginLogMsg(TolvTraceLevel level, const TolvTraceHeader& header)
     try {
         record->line = linePrefix(m_name, level, header);
     } catch (const std::bad_alloc&) {
-        record->line.clear();
+        record->lost = true;
     }
 }
 
@@ -86,7 +87,7 @@ void TolvTrace::logMsgData(char character) noexcept {
     try {
         append(innermost->line, character);
     } catch (const std::bad_alloc&) {
-        innermost->line.clear();
+        innermost->lost = true;
     }
 }
 
@@ -102,9 +103,11 @@ void TolvTrace::endLogMsg() noexcept {
     innermost = record->outer;
     try {
         record->line += '\n';
-        writeLine(record->line);
     } catch (const std::bad_alloc&) {
-        record->line.clear();
+        record->lost = true;
+    }
+    if (!record->lost) {
+        writeLine(record->line);
     }
     delete record;
 }

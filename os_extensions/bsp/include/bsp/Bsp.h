@@ -1,12 +1,18 @@
-/// The flat interface of the board-support layer: valid C11 and C++.
+/// The flat interface of the board-support layer: valid C11 and C++17.
 ///
 /// Conventions, for every function here:
 /// - It may be called first, from any thread; what it needs is set up by the first call.
 /// - A text that it returns is constant data that lives as long as the process; never free it.
 /// - Hardware that the layer does not know gives the enumeration's "EndOfList" value (Vocabulary.h)
 ///   and one message on the trace "bsp.core"; it is not an error.
-/// - It may be preempted by a definition of the same name in front of the layer's library, also for
-///   the layer's own calls: a board is brought up that way before its EEPROM is written.
+/// - Queries of hardware and configuration throw std::system_error, which ends a C program, when
+/// the
+///   configuration store has a value that cannot be read, or a lock cannot be taken.
+/// - It may be preempted by a definition of the same name in front of the layer's library; the
+/// layer
+///   itself then uses another Bsp_getQorHwVariant, Bsp_getBoardIdText or Bsp_getLatestBoardIdText,
+///   and otherwise calls the functions of os::bsp. A board is brought up that way before its EEPROM
+///   is written. The tool contains the layer and cannot be preempted.
 #ifndef BSP_BSP_H
 #define BSP_BSP_H
 
@@ -149,8 +155,9 @@ BSP_EXPORT int WarmDatabase_retrieveObject(const char* blockName, void** data, u
 BSP_EXPORT int WarmDatabase_getObjectData(
     const char* blockName, void** data, unsigned objectSize, void** syncObject, bool* created);
 
-/// Writes a summary of the used blocks, never more than `size` bytes with the terminating zero;
-/// lines that do not fit are left out. Takes no lock. -1 for a null buffer with a size above 0.
+/// Writes a summary of the used blocks, never more than `size` bytes with the terminating zero: no
+/// line is begun with fewer than 46 bytes left, and the last one may be cut; 1,100 bytes hold
+/// everything. Takes no lock. -1 for a null buffer with a size above 0.
 BSP_EXPORT int WarmDatabase_getInfo(char* buffer, unsigned size);
 
 /// The same functions under other names.

@@ -14,7 +14,8 @@ namespace os::bsp {
 /// Any other unit is Cold.
 ///
 /// The first definite answer is kept as long as the process. Unknown means that the register cannot
-/// be read; the next call tries again. May be called from any thread, without a lock.
+/// be read, or says so itself; the next call tries again. May be called from any thread, without a
+/// lock.
 BSP_EXPORT ResetType getResetType();
 
 /// The name of `type`, "EndOfList" for a value without one.

@@ -38,8 +38,8 @@ struct EnumName {
 using NameTable = std::span<const EnumName>;
 
 // One function an enumeration: productIdNames(), hwRevisionNames(), ... The table behind it is
-// built before main, or by a static constructor that asks earlier; it is read-only and lives to the
-// end of the process.
+// read-only and lives to the end of the process. A program or library that uses it has its own
+// copy, built by the first call; the layer builds its own before main.
 #define BSP_NAME_ROW(value, name) {(value), #name},
 #define BSP_NAME_TABLE(type, stem, LIST)                                                           \
     inline NameTable stem##Names() {                                                               \

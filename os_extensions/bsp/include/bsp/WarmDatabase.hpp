@@ -1,8 +1,9 @@
 /// The warm database: up to 21 small named objects in memory that survives a warm restart.
 ///
-/// Every process of the unit that uses it shares the objects. One that finds the device or the
-/// shared-memory objects unusable goes on with memory of its own, after a level-1 message on the
-/// trace "Bsp.WarmDatabase": its objects then are neither shared nor kept.
+/// Every process of the unit that uses it shares the objects. One that finds something of it
+/// unusable goes on all the same, after a level-1 message on the trace "Bsp.WarmDatabase": without
+/// the device its objects are its own, neither shared nor kept; without the semaphore or the sync
+/// area they are the shared ones, but nothing keeps this process and others apart.
 #pragma once
 
 #include "bsp/export.h"
@@ -21,11 +22,11 @@ inline constexpr std::size_t MaxObjectSize = 1520;    // bytes
 
 /// The process's connection to the database. All operations may be called from any thread.
 ///
-/// An object is known by its name alone, 1 to 15 bytes; its size is checked against the maximum and
-/// not kept, so the clients of one name must agree on size and format. The data that an operation
-/// hands out lie in the warm area itself: aligned to 16 bytes, valid as long as the process, owned
-/// by the area, never to be freed. Nothing protects them but what their clients agree on: the
-/// object's sync object, or a lock inside the object.
+/// An object is known by its name alone, 1 to 15 bytes other than zero; its size is checked against
+/// the maximum and not kept, so the clients of one name must agree on size and format. The data
+/// that an operation hands out lie in the warm area itself: aligned to 16 bytes, valid as long as
+/// the process, owned by the area, never to be freed. Nothing protects them but what their clients
+/// agree on: the object's sync object, or a lock inside the object.
 class BSP_EXPORT WarmDatabase {
 public:
     /// Holds the database lock for its lifetime. A null semaphore, or one that cannot be waited
@@ -45,7 +46,8 @@ public:
     };
 
     /// The process's one instance. The first call connects to the shared objects, and creates those
-    /// that are missing; the first one after a cold restart clears the area. Waits for nobody.
+    /// that are missing; who creates the lock clears the area after a cold restart, once in a
+    /// system run. Does not wait for the lock, but for a process that is just making the sync area.
     static WarmDatabase& getInstance();
 
     WarmDatabase(const WarmDatabase&) = delete;
@@ -65,8 +67,8 @@ public:
         const std::string& blockName, void** data, unsigned objectSize, bool lockDatabase);
 
     /// The mutex, shared between processes, that belongs to the object's block; null when there is
-    /// no such object. The caller holds the lock. The mutex is as old as the system run, not as the
-    /// object.
+    /// no such object. The caller holds the lock. The mutex is as old as the sync area,
+    /// not as the object.
     std::mutex* getObjectSyncPointer(const std::string& blockName);
 
     /// Finds an object, or else creates it, in one step under the lock: of all who ask for a name
@@ -80,7 +82,8 @@ public:
     void unlock();
 
     /// Writes a summary of the used blocks as text, never more than `size` bytes with the
-    /// terminating zero; lines that do not fit are left out. Returns 0. Takes no lock.
+    /// terminating zero: no line is begun with fewer than 46 bytes left, and the last one may be
+    /// cut; 1,100 bytes hold everything. Returns 0. Takes no lock.
     int getInfo(char* buffer, unsigned size);
 
     /// Logs the count at level 5, too. Takes no lock.

@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 
 namespace os::bsp::dtcm::cold_restart {
 namespace {
@@ -40,8 +41,14 @@ bool isHandled() {
 
 void markHandled() {
     const std::string bootId = currentBootId();
+    if (bootId.empty()) {
+        BSP_LOG(databaseLog(), 2, "could not read ", BootIdFile);
+        return;
+    }
     const FileDescriptor marker(shm_open(ColdRestartDoneName, O_CREAT | O_WRONLY | O_TRUNC, 0644));
-    if (!marker || write(marker.get(), bootId.data(), bootId.size()) <= 0) {
+    // Whoever creates the lock next must be able to read it, whatever this process's umask.
+    if (!marker || fchmod(marker.get(), 0644) == -1 ||
+        write(marker.get(), bootId.data(), bootId.size()) == -1) {
         BSP_LOG(
             databaseLog(), 2, "could not leave the marker ", ColdRestartDoneName, ": ",
             std::strerror(errno));

@@ -9,7 +9,7 @@ using os::bsp::dtcm::WarmDatabase;
 
 // What the operation answers, as 0 or -1; a null name or an exception is a failure, too.
 template <class Operation>
-int run(const char* function, const char* blockName, void** data, Operation operation) noexcept {
+int run(const char* function, const char* blockName, void** data, Operation operation) {
     *data = nullptr;
     if (blockName == nullptr) {
         BSP_LOG_AT(databaseLog(), 1, __LINE__, function, "Undefined object name");

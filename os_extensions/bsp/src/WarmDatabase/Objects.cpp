@@ -38,6 +38,10 @@ bool WarmDatabase::validateObject(const std::string& blockName, unsigned objectS
         BSP_LOG(databaseLog(), 1, "Error: blockName is empty");
         return false;
     }
+    if (blockName.find('\0') != std::string::npos) {
+        BSP_LOG(databaseLog(), 1, "Error: blockName contains a zero byte");
+        return false;
+    }
     if (blockName.size() > MaxBlockNameLength) {
         BSP_LOG(
             databaseLog(), 1, "Error: blockName ", blockName, " with length ", blockName.size(),

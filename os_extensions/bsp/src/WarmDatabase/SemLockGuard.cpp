@@ -10,10 +10,12 @@ namespace {
 // Whether this thread's last lock() has ended without the lock, which unlock() must not give back.
 constinit thread_local bool lockFailed = false;
 
-bool waitFor(sem_t* semaphore) {
+bool waitFor(sem_t* semaphore, const char* function) {
     while (sem_wait(semaphore) == -1) {
         if (errno != EINTR) {
-            BSP_LOG(databaseLog(), 1, "error in sem_wait error: ", std::strerror(errno));
+            BSP_LOG_AT(
+                databaseLog(), 1, __LINE__, function,
+                "error in sem_wait error: ", std::strerror(errno));
             return false;
         }
         errno = 0;
@@ -24,7 +26,7 @@ bool waitFor(sem_t* semaphore) {
 } // namespace
 
 WarmDatabase::SemLockGuard::SemLockGuard(sem_t* semaphore)
-    : m_semaphore(semaphore != nullptr && waitFor(semaphore) ? semaphore : nullptr) {}
+    : m_semaphore(semaphore != nullptr && waitFor(semaphore, __func__) ? semaphore : nullptr) {}
 
 WarmDatabase::SemLockGuard::~SemLockGuard() {
     if (m_semaphore != nullptr) {
@@ -34,7 +36,7 @@ WarmDatabase::SemLockGuard::~SemLockGuard() {
 
 void WarmDatabase::lock() {
     if (m_databaseSemaphore != nullptr) {
-        lockFailed = !waitFor(m_databaseSemaphore);
+        lockFailed = !waitFor(m_databaseSemaphore, __func__);
     }
 }
 

@@ -1,6 +1,7 @@
 #include "SharedSyncArea.hpp"
 
 #include "FileDescriptor.hpp"
+#include "Log.hpp"
 #include "ProcessShared.hpp"
 
 #include <cerrno>
@@ -68,7 +69,12 @@ SharedSyncArea openSharedSyncArea() {
         return {nullptr, false};
     }
     std::byte* const memory = mapObject(object.get());
-    if (memory == nullptr || (create && !finish(object.get(), memory))) {
+    if (memory == nullptr) {
+        return {nullptr, false};
+    }
+    if (create && !finish(object.get(), memory)) {
+        const ErrnoGuard errnoOfFinishing;
+        munmap(memory, SyncAreaSize);
         return {nullptr, false};
     }
     // The descriptor stays open, so the lock does not go with it.

@@ -45,6 +45,28 @@ DeviceMemory mapDevice() {
     return {memory != MAP_FAILED ? static_cast<std::byte*>(memory) : nullptr, true};
 }
 
+// Null, with errno set, when the semaphore can be neither created nor opened. One that exists may
+// be opened also where none could be created, as on a full file system.
+sem_t* createSemaphore(bool& created) {
+    while (true) {
+        sem_t* semaphore = sem_open(DatabaseSemaphoreName, O_CREAT | O_EXCL, 0666, 0);
+        created = semaphore != SEM_FAILED;
+        if (created) {
+            return semaphore;
+        }
+        const int creationError = errno;
+        semaphore = sem_open(DatabaseSemaphoreName, 0);
+        if (semaphore != SEM_FAILED) {
+            return semaphore;
+        }
+        const bool goneInBetween = creationError == EEXIST && errno == ENOENT;
+        if (!goneInBetween) {
+            errno = creationError != EEXIST ? creationError : errno;
+            return nullptr;
+        }
+    }
+}
+
 } // namespace
 
 WarmDatabase& WarmDatabase::getInstance() {
@@ -106,20 +128,10 @@ void WarmDatabase::memoryMapTheDatabase() {
 }
 
 bool WarmDatabase::initDatabaseSemaphore() {
-    sem_t* semaphore = SEM_FAILED;
-    do {
-        semaphore = sem_open(DatabaseSemaphoreName, O_CREAT | O_EXCL, 0666, 0);
-        m_databaseSemaphoreCreated = semaphore != SEM_FAILED;
-        if (semaphore == SEM_FAILED && errno == EEXIST) {
-            // It is missing again when its creator has ended in between.
-            semaphore = sem_open(DatabaseSemaphoreName, 0);
-        }
-    } while (semaphore == SEM_FAILED && errno == ENOENT);
-    if (semaphore == SEM_FAILED) {
+    m_databaseSemaphore = createSemaphore(m_databaseSemaphoreCreated);
+    if (m_databaseSemaphore == nullptr) {
         BSP_LOG(databaseLog(), 1, "error in sem_open error: ", std::strerror(errno));
-        return false;
     }
-    m_databaseSemaphore = semaphore;
     return m_databaseSemaphoreCreated;
 }
 

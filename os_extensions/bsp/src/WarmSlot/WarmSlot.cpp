@@ -63,9 +63,9 @@ struct WarmSlot::SlotObject {
 
     // The object's creator gave the database lock back before it could initialise the object:
     // another process may get here first, or find what a creator that was killed has left.
-    void initialiseOnce(std::mutex& sync) {
+    void initialiseOnce(dtcm::WarmDatabase& database) {
         if (!isInitialised()) {
-            const std::lock_guard lock(sync);
+            const std::lock_guard lock(database);
             if (!isInitialised()) {
                 initialise();
             }
@@ -82,8 +82,8 @@ WarmSlot::WarmSlot() {
         void* data = nullptr;
         std::mutex* sync = nullptr;
         bool created = false;
-        if (!dtcm::WarmDatabase::getInstance().getObjectData(
-                ObjectName, &data, sizeof(SlotObject), &sync, created) ||
+        auto& database = dtcm::WarmDatabase::getInstance();
+        if (!database.getObjectData(ObjectName, &data, sizeof(SlotObject), &sync, created) ||
             data == nullptr || sync == nullptr) {
             BSP_LOG(
                 slotLog(), 1, "Error: Could not get the ", ObjectName,
@@ -91,7 +91,7 @@ WarmSlot::WarmSlot() {
             return;
         }
         m_slotObject = static_cast<SlotObject*>(data);
-        m_slotObject->initialiseOnce(*sync);
+        m_slotObject->initialiseOnce(database);
         m_valid = true;
         BSP_LOG(
             slotLog(), 5, "The ", ObjectName,
