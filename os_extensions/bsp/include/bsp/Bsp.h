@@ -168,6 +168,7 @@ BSP_EXPORT int Bsp_getDtcmObjectData(
 
 /// The unit's slot id, which survives a warm restart; -1 when it is not set, as after a cold
 /// restart, or when the warm database cannot supply it. Setting it then has no effect.
+/// Both throw std::system_error, which ends a C program, when the slot's mutex cannot be locked.
 BSP_EXPORT int Bsp_getSlotId(void);
 BSP_EXPORT void Bsp_setSlotId(int slotId);
 
