@@ -156,6 +156,7 @@ TEST_F(ClockWriter, BadTokenLeavesTheChipAlone) {
         {"1-2", 1},
         {repeat("1 ", 215) + "g", 216},
         {std::string(5000, '1'), 1},
+        {"-0x" + std::string(5000, '1'), 1},
         {std::string("1 2\0", 4), 2},
         {"\xEF\xBB\xBF"
          "1",

@@ -35,6 +35,9 @@ bool isHexadecimal(std::string_view digits) {
 
 // Only the last two digits count, so a number wider than any integer type is no special case.
 std::optional<std::uint8_t> lowestByte(std::string_view token) {
+    if (token.size() > LongestToken) {
+        return std::nullopt;
+    }
     const bool negative = token.starts_with('-');
     if (negative || token.starts_with('+')) {
         token.remove_prefix(1);
@@ -42,7 +45,7 @@ std::optional<std::uint8_t> lowestByte(std::string_view token) {
     if (token.starts_with("0x") || token.starts_with("0X")) {
         token.remove_prefix(2);
     }
-    if (token.size() > LongestToken || !isHexadecimal(token)) {
+    if (!isHexadecimal(token)) {
         return std::nullopt;
     }
     token.remove_prefix(token.size() > 2 ? token.size() - 2 : 0);
