@@ -178,9 +178,9 @@ long openDescriptors() {
         std::filesystem::directory_iterator());
 }
 
-long mappings() {
+std::ptrdiff_t mappings() {
     std::ifstream maps("/proc/self/maps");
-    return std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
+    return static_cast<std::ptrdiff_t>(std::count(std::istreambuf_iterator<char>(maps), {}, '\n'));
 }
 
 TEST(KernelRState, NothingIsLeftOfManyMixedCalls) {

@@ -1,3 +1,5 @@
+#include "Process.hpp"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -13,6 +15,7 @@ namespace {
 // Tests write to /etc, /dev and shared memory: never to the machine's own.
 [[noreturn]] void restartInPrivateMachine(std::vector<std::string> words) {
     words.front() = std::filesystem::read_symlink("/proc/self/exe");
+    words = test::launchable(words);
     words.insert(words.begin(), BSP_PRIVATE_MACHINE);
     std::vector<char*> command;
     for (std::string& word : words) {

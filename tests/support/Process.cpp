@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
+#include <sstream>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -75,18 +77,26 @@ Outcome inChild(const std::function<void()>& body) {
     return Child(body).wait();
 }
 
+std::vector<std::string> launchable(const std::vector<std::string>& command) {
+    std::istringstream emulator(BSP_EMULATOR);
+    std::vector<std::string> words{std::istream_iterator<std::string>(emulator), {}};
+    words.insert(words.end(), command.begin(), command.end());
+    return words;
+}
+
 Outcome runProgram(
     const std::vector<std::string>& command, const std::vector<std::string>& environment) {
     return inChild([&] {
         for (const std::string& assignment : environment) {
             putenv(const_cast<char*>(assignment.c_str()));
         }
+        std::vector<std::string> launched = launchable(command);
         std::vector<char*> words;
-        for (const std::string& word : command) {
-            words.push_back(const_cast<char*>(word.c_str()));
+        for (std::string& word : launched) {
+            words.push_back(word.data());
         }
         words.push_back(nullptr);
-        execv(words[0], words.data());
+        execvp(words[0], words.data());
         std::perror(words[0]);
         _exit(127);
     });

@@ -37,6 +37,9 @@ private:
     pid_t m_pid;
 };
 
+/// The command behind the emulator that these programs need, if they need one.
+std::vector<std::string> launchable(const std::vector<std::string>& command);
+
 /// Runs a program with NAME=VALUE additions to its environment.
 Outcome runProgram(
     const std::vector<std::string>& command, const std::vector<std::string>& environment = {});

@@ -226,7 +226,7 @@ TEST_F(ClockWriter, PathThatCannotBeBuiltIsReported) {
         EXPECT_EQ(result.out, error(message));
     }
     failingFormat = 1;
-    formatResult = INT32_MAX - 8;
+    formatResult = INT32_MAX;
     const auto outcome = inChild([] {
         limitMemory();
         EXPECT_EQ(Idt_writeConfig(), -1);
@@ -267,7 +267,8 @@ TEST_F(ClockWriter, WriteCutShortIsReported) {
     unit::writeFile(ConfigFile, repeat("1 ", 216));
     std::signal(SIGXFSZ, SIG_IGN);
     for (const auto& [limit, text] :
-         {std::pair{rlim_t{100}, "Input/output error"}, std::pair{rlim_t{8}, "File too large"}}) {
+         {std::pair{std::size_t{100}, "Input/output error"},
+          std::pair{std::size_t{8}, "File too large"}}) {
         unit::writeFile(Device, freshChip());
         const auto outcome = inChild([limit = limit] {
             const rlimit size = {limit, limit};
