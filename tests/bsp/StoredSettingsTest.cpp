@@ -10,14 +10,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <csignal>
 #include <map>
 #include <set>
 #include <system_error>
 #include <thread>
 
 #include <sys/mount.h>
-#include <unistd.h>
 
 namespace {
 
@@ -196,22 +194,6 @@ TEST_F(RadiolinkModes, FailedReadIsTriedAgain) {
     unit::writeFile(ModeFile, Rl5);
     ask();
     EXPECT_EQ(failures, 8);
-}
-
-TEST_F(RadiolinkModes, KilledSetterLeavesOldOrNewMode) {
-    for (useconds_t round = 0; round < 50; ++round) {
-        ASSERT_EQ(Bsp_setRadiolinkMode(RadiolinkMode::Rl4), 0);
-        Child setter([] {
-            while (Bsp_setRadiolinkMode(RadiolinkMode::Rl5) == 0 &&
-                   Bsp_setRadiolinkMode(RadiolinkMode::Rl4) == 0) {
-            }
-        });
-        usleep(500 + 71 * round);
-        kill(setter.pid(), SIGKILL);
-        setter.wait();
-        const std::string text = unit::readFile(ModeFile);
-        ASSERT_TRUE(text == Rl4 || text == Rl5) << text;
-    }
 }
 
 } // namespace

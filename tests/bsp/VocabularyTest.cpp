@@ -2,11 +2,6 @@
 
 #include <gtest/gtest.h>
 
-extern "C" {
-const char* productIdNameInC(int value);
-const char* resetTypeNameInC(int value);
-}
-
 namespace {
 
 using namespace os::bsp;
@@ -43,14 +38,6 @@ TEST(Vocabulary, TablesAreGaplessAndEndInEndOfList) {
             EXPECT_EQ(table.rows[i].value, static_cast<int>(i));
         }
     }
-}
-
-TEST(Vocabulary, NamesInCAreTheSame) {
-    for (int value = -2; value < 21; ++value) {
-        EXPECT_EQ(productIdNameInC(value), lookupName(productIdNames(), value));
-        EXPECT_EQ(resetTypeNameInC(value), lookupName(resetTypeNames(), value));
-    }
-    EXPECT_STREQ(productIdNameInC(14), "TK8851_4");
 }
 
 } // namespace

@@ -28,24 +28,6 @@ protected:
     }
 };
 
-TEST_F(Database, FindsOrCreatesInOrderOfBlocks) {
-    const Object first("SLOT", 28);
-    EXPECT_EQ(area(), "SLOT" + std::string(32764, '\0'));
-    std::memset(first.data, 'x', 1520);
-    const Object second(Longest, 1520);
-    const Object again("SLOT", 1);
-    EXPECT_TRUE(first.result == 0 && second.result == 0 && again.result == 0);
-    EXPECT_TRUE(first.created && second.created && !again.created);
-    EXPECT_EQ(again.data, first.data);
-    EXPECT_EQ(again.sync, first.sync);
-    EXPECT_EQ(offsetInArea(second.data, first.data), 16 + std::ptrdiff_t{BlockSize});
-    EXPECT_EQ(
-        static_cast<char*>(second.sync) - static_cast<char*>(first.sync),
-        std::ptrdiff_t{sizeof(pthread_mutex_t)});
-    EXPECT_EQ(
-        area().substr(16, BlockSize), std::string(1520, 'x') + Longest + std::string(1, '\0'));
-}
-
 TEST_F(Database, NamesMatchWhole) {
     const Object longer("abcd");
     const Object shorter("abc");
