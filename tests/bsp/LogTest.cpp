@@ -68,14 +68,6 @@ TEST(Log, ErrnoIsKept) {
     EXPECT_EQ(countLines(GetCapturedStderr(), "text"), 1); // a piece that throws leaves no record
 }
 
-TEST(Log, PiecesMayLogThemselves) {
-    CaptureStderr();
-    BSP_LOG(coreLog(), 3, "outer ", evaluateAndLog());
-    const std::string log = GetCapturedStderr();
-    EXPECT_LT(log.find("evaluateAndLog(): inner 7\n"), log.find("TestBody(): outer 8\n")) << log;
-    EXPECT_EQ(countLines(log, ""), 2) << log;
-}
-
 TEST(Log, RecordsOfThreadsStayWhole) {
     const auto outcome = test::inChild([] {
         std::vector<std::jthread> threads;

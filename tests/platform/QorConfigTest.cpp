@@ -8,14 +8,12 @@
 #include <system_error>
 
 #include <csignal>
-#include <sys/mount.h>
 #include <unistd.h>
 
 namespace {
 
 using namespace test;
 using os::bsp::QorConfig;
-namespace value = os::bsp::value;
 
 class Store : public testing::Test {
 protected:
@@ -23,33 +21,12 @@ protected:
     QorConfig m_config;
 };
 
-TEST_F(Store, KeepsBytesUntilCleared) {
-    const std::string bytes("a\0b\n ", 5);
-    EXPECT_EQ(m_config.getValue("key"), value::Empty);
-    EXPECT_TRUE(m_config.clearValue("key"));
-    EXPECT_TRUE(m_config.setValue("key", "before"));
-    EXPECT_TRUE(m_config.setValue("key", bytes));
-    EXPECT_EQ(m_config.getValue("key"), bytes);
-    EXPECT_EQ(unit::readFile(unit::Config / "key"), bytes);
-    EXPECT_TRUE(m_config.clearValue("key"));
-    EXPECT_EQ(m_config.getValue("key"), value::Empty);
-}
-
 TEST_F(Store, RefusesWhatIsNoFileName) {
     for (const char* key : {"", ".", "..", ".new", "a/b"}) {
         EXPECT_FALSE(m_config.setValue(key, "x")) << key;
         EXPECT_FALSE(m_config.clearValue(key)) << key;
         EXPECT_THROW(m_config.getValue(key), std::system_error) << key;
     }
-}
-
-TEST_F(Store, ReportsWhatItCannotDo) {
-    std::filesystem::create_directories(unit::Config / "folder");
-    EXPECT_THROW(m_config.getValue("folder"), std::system_error);
-    EXPECT_FALSE(m_config.setValue("folder", "x"));
-    EXPECT_FALSE(m_config.clearValue("folder"));
-    ASSERT_EQ(mount("none", unit::Config.c_str(), "tmpfs", MS_RDONLY, nullptr), 0);
-    EXPECT_FALSE(m_config.setValue("key", "x"));
 }
 
 TEST_F(Store, KilledWriterLeavesOldOrNewValue) {

@@ -35,19 +35,6 @@ TEST(Trace, EnvironmentSetsStartLevels) {
     }
 }
 
-TEST(Trace, LevelsChangeInTheRunningProcess) {
-    TolvTrace first("first", TolvTraceLevel{3});
-    TolvTrace_setLevel("first", 7);
-    TolvTrace_setLevel("later", 1);
-    TolvTrace_setLevel(nullptr, 1);
-    TolvTrace later("later", TolvTraceLevel{3});
-    EXPECT_TRUE(first.isEnabled(TolvTraceLevel{7}));
-    EXPECT_FALSE(later.isEnabled(TolvTraceLevel{2}));
-    TolvTrace_setLevel("*", 2);
-    EXPECT_TRUE(later.isEnabled(TolvTraceLevel{2}));
-    EXPECT_FALSE(first.isEnabled(TolvTraceLevel{3}));
-}
-
 TEST(Trace, RecordIsOneLine) {
     TolvTrace trace("name", TolvTraceLevel{3});
     CaptureStderr();

@@ -5,33 +5,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <set>
-
 namespace {
 
 using namespace test;
 
 const auto File = unit::Root / "etc/qor/hw_variants";
 constexpr const char* Row = "1 0 0 0 0 0 0 2  3 4 5 6 7 8 9 ";
-
-TEST(VariantTable, BuiltInRowsCoverEveryProductCode) {
-    std::set<int> products;
-    std::set<std::array<std::int32_t, 8>> codes;
-    for (const auto& row : os::bsp::hwVariants) {
-        products.insert(row.productCode);
-        codes.insert(row.hwCode.words);
-        EXPECT_TRUE(row == row.hwCode);
-        auto other = row.hwCode;
-        other.words[7] += 1;
-        EXPECT_FALSE(row == other);
-    }
-    EXPECT_GE(os::bsp::hwVariants.size(), 16u);
-    EXPECT_EQ(codes.size(), os::bsp::hwVariants.size());
-    for (int product = 1; product <= 14; ++product) {
-        EXPECT_TRUE(products.contains(product)) << product;
-    }
-}
 
 TEST(VariantTable, FileReplacesTheBuiltInRows) {
     const std::pair<std::string, const char*> files[] = {

@@ -56,12 +56,4 @@ TEST(Tool, PreloadedBoardNameIsTaken) {
     EXPECT_EQ(unit::readFile("/dev/idt").substr(7, 5), std::string("\0\1\2\3\0", 5));
 }
 
-TEST(Tool, ReportNamesTheUnit) {
-    unit::writeEeprom({50, 1, 2, 8, 0, 4, 0, 0});
-    const auto outcome = runProgram({UNIT_REPORT});
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(countLines(outcome.out, "product                LYN3002"), 1) << outcome.out;
-    EXPECT_EQ(countLines(outcome.out, "hardware revision      R1_P2"), 1) << outcome.out;
-}
-
 } // namespace

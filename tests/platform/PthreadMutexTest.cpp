@@ -1,15 +1,10 @@
-#include "DDevIo.h"
-#include "DDevIo.hpp"
 #include "PthreadMutex.hpp"
 
 #include "Process.hpp"
-#include "Unit.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-
-#include <sys/mman.h>
 
 // The lock is misused on purpose.
 extern "C" __attribute__((visibility("default"))) const char*
@@ -23,38 +18,6 @@ using namespace test;
 using namespace DDevIo;
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
-
-std::unique_ptr<IDevice> makeDevice(const std::string& name) {
-    return Factory::getInstance().createUnique(
-        name, std::make_unique<PthreadMutex>(PthreadMutexType::Default));
-}
-
-TEST(Device, MemoryIsExtendedAndOutlivesItsHandle) {
-    EXPECT_EQ(DDevIo_open("top.dtcm0"), -ENOENT);
-    unit::writeFile(unit::WarmArea, "abc");
-    const int handle = DDevIo_open("top.dtcm0");
-    ASSERT_GE(handle, 0);
-    void* const memory = mmap(
-        nullptr, 32768, PROT_READ | PROT_WRITE, MAP_SHARED, DDevIo_getFileDescriptor(handle), 0);
-    ASSERT_NE(memory, MAP_FAILED);
-    EXPECT_EQ(DDevIo_close(handle), 0);
-    EXPECT_EQ(DDevIo_close(handle), -EBADF);
-    static_cast<char*>(memory)[32767] = 'z';
-    EXPECT_EQ(unit::readFile(unit::WarmArea), "abc" + std::string(32764, '\0') + "z");
-}
-
-TEST(Device, RegistersAreLittleEndianWords) {
-    EXPECT_EQ(makeDevice("top.sys_ctrl0"), nullptr);
-    unit::writeFile(unit::Root / "dev/top.sys_ctrl0", "\x01\x02\x03\x84\x05");
-    const auto device = makeDevice("top.sys_ctrl0");
-    auto* const registers = dynamic_cast<Device<unsigned int>*>(device.get());
-    ASSERT_NE(registers, nullptr);
-    unsigned int value = 7;
-    EXPECT_FALSE(registers->read(4, value));
-    EXPECT_EQ(value, 7U);
-    EXPECT_TRUE(registers->read(0, value));
-    EXPECT_EQ(value, 0x84030201U);
-}
 
 TEST(PthreadMutex, TellsFailuresAndEntries) {
     CaptureStderr();
