@@ -24,6 +24,7 @@
 namespace {
 
 std::string kernelImage;
+constexpr const char* Marker = "\x1f\x8b\x08";
 constexpr const char* BootLoaderImage = "/dev/shm/software_benchmark.u-boot";
 
 void kernelRState(benchmark::State& state) {
@@ -41,11 +42,12 @@ std::string readImage() {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// Inflates the archive in `image` into `inflated`, which grows to what is needed.
-void inflate(std::string_view image, std::vector<unsigned char>& inflated) {
+/// Inflates the archive in `image` into `inflated`, which grows to what is needed; false where there
+/// is none.
+bool inflate(std::string_view image, std::vector<unsigned char>& inflated) {
     z_stream stream{};
     inflateInit2(&stream, 15 + 32);
-    image.remove_prefix(image.find("\x1f\x8b\x08"));
+    image.remove_prefix(std::min(image.find(Marker), image.size()));
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(image.data()));
     stream.avail_in = static_cast<uInt>(image.size());
     int result = Z_OK;
@@ -58,6 +60,7 @@ void inflate(std::string_view image, std::vector<unsigned char>& inflated) {
         result = inflate(&stream, Z_NO_FLUSH);
     }
     inflateEnd(&stream);
+    return result == Z_STREAM_END;
 }
 
 // The image does not tell how large the kernel is, so the memory grows with what comes.
@@ -65,7 +68,9 @@ void inflateIntoMemory(benchmark::State& state) {
     const std::string image = readImage();
     for ([[maybe_unused]] auto _ : state) {
         std::vector<unsigned char> inflated;
-        inflate(image, inflated);
+        if (!inflate(image, inflated)) {
+            state.SkipWithError("no archive");
+        }
     }
 }
 
@@ -74,13 +79,15 @@ void inflateIntoReusedMemory(benchmark::State& state) {
     const std::string image = readImage();
     std::vector<unsigned char> inflated;
     for ([[maybe_unused]] auto _ : state) {
-        inflate(image, inflated);
+        if (!inflate(image, inflated)) {
+            state.SkipWithError("no archive");
+        }
     }
 }
 
 // `launcher` goes in front of the shell that runs the pipeline.
 void zcatStringsGrep(benchmark::State& state, const std::string& launcher) {
-    const std::size_t start = readImage().find("\x1f\x8b\x08");
+    const std::size_t start = readImage().find(Marker);
     setenv("IMAGE", kernelImage.c_str(), 1);
     setenv("START", std::to_string(start + 1).c_str(), 1);
     const std::string command = launcher + "sh -c 'tail -c +$START \"$IMAGE\" | zcat 2> /dev/null |"

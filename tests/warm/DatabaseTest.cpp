@@ -16,7 +16,6 @@ using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
 
 constexpr std::size_t BlockSize = 1536;
-const std::string Longest = "fifteen bytes..";
 
 class Database : public testing::Test {
 protected:
