@@ -42,8 +42,8 @@ std::string readImage() {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// Inflates the archive in `image` into `inflated`, which grows to what is needed; false where there
-/// is none.
+/// Inflates the archive in `image` into `inflated`, which grows to what is needed; false where
+/// there is none.
 bool inflate(std::string_view image, std::vector<unsigned char>& inflated) {
     z_stream stream{};
     inflateInit2(&stream, 15 + 32);
