@@ -183,6 +183,12 @@ TEST_F(ClockWriter, UnreadableFileLeavesTheChipAlone) {
     expectUntouched();
 }
 
+TEST_F(ClockWriter, EndlessFileLeavesTheChipAlone) {
+    std::filesystem::create_symlink("/dev/zero", ConfigFile);
+    EXPECT_EQ(write().value, -1); // or the test's time runs out
+    expectUntouched();
+}
+
 TEST_F(ClockWriter, MissingFileIsNoError) {
     const auto result = write();
     EXPECT_EQ(result.value, 0);
@@ -257,6 +263,9 @@ TEST_F(ClockWriter, ChipThatDoesNotAnswerIsReported) {
     EXPECT_EQ(write().out, "ERROR: Idt_init(): Input/output error\n" + invalid);
     EXPECT_EQ(pauses.size(), 2u);
     std::filesystem::remove(Device);
+    std::filesystem::create_symlink("/dev/zero", Device); // its offset stays 0
+    EXPECT_EQ(write().out, "ERROR: Idt_init(): Input/output error\n" + invalid);
+    std::filesystem::remove(Device);
     ASSERT_EQ(mkfifo(Device, 0600), 0);
     const auto result = write();
     EXPECT_EQ(result.value, -1);
@@ -279,6 +288,17 @@ TEST_F(ClockWriter, WriteCutShortIsReported) {
         const std::string wanted = error(std::string("i2c write returned error ") + text);
         EXPECT_EQ(outcome.out.substr(0, limit), (Identified + wanted).substr(0, limit));
     }
+}
+
+TEST_F(ClockWriter, ClosedOutputIsNotTheChip) {
+    unit::writeFile(ConfigFile, "1");
+    const auto outcome = inChild([] {
+        std::setvbuf(stdout, nullptr, _IONBF, 0);
+        close(STDOUT_FILENO);
+        EXPECT_EQ(Idt_writeConfig(), 0);
+    });
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(unit::readFile(Device) == programmedChip("\1"));
 }
 
 TEST_F(ClockWriter, NoDescriptorIsLeftOpen) {

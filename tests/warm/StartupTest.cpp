@@ -108,6 +108,20 @@ TEST(Startup, UnfinishedSyncAreaIsFinished) {
     }
 }
 
+// Whoever writes to a stream that was closed must not write to what was opened since.
+TEST(Startup, ClosedErrorOutputIsNotTheSyncArea) {
+    unit::restart(unit::Warm, "");
+    const auto outcome = inChild([] {
+        close(STDERR_FILENO);
+        EXPECT_TRUE(Object("A").created);
+        const std::string before = unit::readFile(SyncFile);
+        EXPECT_EQ(Object("a name that is refused, with a message").result, -1);
+        std::fputs("text", stderr);
+        EXPECT_TRUE(unit::readFile(SyncFile) == before);
+    });
+    EXPECT_EQ(outcome.status, 0);
+}
+
 struct Fault {
     const char* name;
     std::function<void()> cause;

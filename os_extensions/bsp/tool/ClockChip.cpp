@@ -15,16 +15,20 @@ constexpr useconds_t PauseMicroseconds = 20000;
 
 using IdentificationBytes = std::array<std::uint8_t, 4>;
 
-// A short transfer leaves errno as it was; without this it would be reported as "Success".
-bool transferred(ssize_t result, std::size_t size) {
-    if (result >= 0 && static_cast<std::size_t>(result) < size) {
+// A call that did something else than asked leaves errno as it was, with an older failure's number.
+bool isAsWanted(off_t result, off_t wanted) {
+    if (result != -1 && result != wanted) {
         errno = EIO;
     }
-    return result == static_cast<ssize_t>(size);
+    return result == wanted;
+}
+
+bool transferred(ssize_t result, std::size_t size) {
+    return isAsWanted(result, static_cast<off_t>(size));
 }
 
 bool seek(int device, off_t address) {
-    return lseek(device, address, SEEK_SET) == address;
+    return isAsWanted(lseek(device, address, SEEK_SET), address);
 }
 
 bool readOnce(int device, IdentificationBytes& bytes) {

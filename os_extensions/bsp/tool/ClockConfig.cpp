@@ -9,20 +9,18 @@
 
 namespace {
 
-// A number needs no more; a longer token is none, whatever it is.
+// A longer token is refused: a file may have no end, and no white space.
 constexpr std::size_t LongestToken = 4096;
 
-// Empty at the end of the file and after a read error.
+// Empty at the end of the file and after a read error; cut behind the longest one that counts.
 std::string readToken(std::FILE* file) {
     int character = std::getc(file);
     while (std::isspace(character) != 0) {
         character = std::getc(file);
     }
     std::string token;
-    while (character != EOF && std::isspace(character) == 0) {
-        if (token.size() <= LongestToken) {
-            token += static_cast<char>(character);
-        }
+    while (character != EOF && std::isspace(character) == 0 && token.size() <= LongestToken) {
+        token += static_cast<char>(character);
         character = std::getc(file);
     }
     return token;

@@ -12,8 +12,8 @@ struct ClockConfig {
     std::size_t size = 0;
 };
 
-/// Reads hexadecimal numbers separated by white space, of any width and with an optional sign and
-/// 0x, until the end of the file or 216 numbers; the lowest 8 bits of each become a byte. Returns
-/// an empty text, or what is wrong: the position (from 1) of a token that is no hexadecimal number,
-/// or a read error; `config` is of no use then.
+/// Reads hexadecimal numbers separated by white space, of any width up to 4,096 characters and with
+/// an optional sign and 0x, until the end of the file or 216 numbers; the lowest 8 bits of each
+/// become a byte. Returns an empty text, or what is wrong: the position (from 1) of a token that is
+/// no such number, or a read error; `config` is of no use then.
 std::string readClockConfig(std::FILE* file, ClockConfig& config);

@@ -93,21 +93,18 @@ bool programChip(int device, const ClockConfig& config) {
     return true;
 }
 
-} // namespace
+enum class Result { Programmed, NothingToDo, Failed };
 
-int Idt_writeConfig() {
-    const char* const board = findBoardText();
-    if (board == nullptr) {
-        return -1;
-    }
+// Tells why it fails or has nothing to do; all it opened is closed when it returns.
+Result configure(const char* board) {
     const support::FileDescriptor device(open(DeviceName, O_RDWR | O_CLOEXEC));
     if (!device) {
         std::printf("ERROR: %s(): %s could not be opened\n", WriterName, DeviceName);
-        return -1;
+        return Result::Failed;
     }
     const PathText path = makePath(board);
     if (path == nullptr) {
-        return -1;
+        return Result::Failed;
     }
     const support::Stream file(std::fopen(path.get(), "re"));
     if (file == nullptr) {
@@ -115,12 +112,23 @@ int Idt_writeConfig() {
             "NOTICE: %s(): IDT configuration file %s not found. Using configuration from "
             "OTP/u-boot.\n",
             WriterName, path.get());
-        return 0;
+        return Result::NothingToDo;
     }
     ClockConfig config;
-    if (!readFile(file.get(), path.get(), config) || !programChip(device.get(), config)) {
+    const bool done = readFile(file.get(), path.get(), config) && programChip(device.get(), config);
+    return done ? Result::Programmed : Result::Failed;
+}
+
+} // namespace
+
+int Idt_writeConfig() {
+    const char* const board = findBoardText();
+    if (board == nullptr) {
         return -1;
     }
-    std::printf("NOTICE: %s(): Completed successfully for %s\n", WriterName, board);
-    return 0;
+    const Result result = configure(board);
+    if (result == Result::Programmed) {
+        std::printf("NOTICE: %s(): Completed successfully for %s\n", WriterName, board);
+    }
+    return result == Result::Failed ? -1 : 0;
 }

@@ -21,30 +21,31 @@ constexpr const char* TemporaryFile = "/dev/shm/zImage_tmp";
 // Another call may create the file between the two steps; it cannot go on doing that.
 constexpr int CreationAttempts = 1000;
 
-bool createTemporaryFile(int& fd) {
+FileDescriptor createTemporaryFile() {
     for (int attempt = 0; attempt < CreationAttempts; ++attempt) {
         if (unlink(TemporaryFile) == -1 && errno != ENOENT) {
-            return false;
+            break;
         }
-        fd = open(TemporaryFile, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-        if (fd >= 0 || errno != EEXIST) {
-            return fd >= 0;
+        FileDescriptor file(
+            open(TemporaryFile, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+        if (file || errno != EEXIST) {
+            return file;
         }
     }
-    return false;
+    return FileDescriptor(-1);
 }
 
 // The name is removed at once, so that a process that is killed leaves nothing behind and calls
 // that overlap each have a file of their own.
 Stream openTemporaryFile() {
-    int fd = -1;
-    if (!createTemporaryFile(fd)) {
+    FileDescriptor file = createTemporaryFile();
+    if (!file) {
         return nullptr;
     }
     unlink(TemporaryFile);
-    Stream stream(fdopen(fd, "w+"));
-    if (stream == nullptr) {
-        close(fd);
+    Stream stream(fdopen(file.get(), "w+"));
+    if (stream != nullptr) {
+        file.release();
     }
     return stream;
 }
