@@ -42,13 +42,13 @@ TEST(Trace, RecordIsOneLine) {
     trace.beginLogMsg(TolvTraceLevel{2}, Header);
     trace.logMsgData("two\nlines\x7f", 10);
     trace.beginLogMsg(TolvTraceLevel{1}, Header);
-    trace.logStream() << "inner " << 5 << std::endl;
+    trace.logStream() << "inner\n" << 5 << std::endl;
     trace.logMsgData('!');
     trace.nullStream() << "discarded" << std::endl;
     trace.endLogMsg();
     trace.endLogMsg();
     EXPECT_EQ(
-        GetCapturedStderr(), "[name] 1 dir/file:12 function: inner 5\n"
+        GetCapturedStderr(), "[name] 1 dir/file:12 function: inner\\x0a5\n"
                              "[name] 2 dir/file:12 function: two\\x0alines\\x7f!\n");
 }
 

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 namespace {
 
 using namespace test;
@@ -66,6 +68,17 @@ TEST(LinuxVersion, BannerIsFoundAndParsed) {
         EXPECT_EQ(result, banner.rState != None ? buffer : nullptr);
         EXPECT_STREQ(buffer, banner.rState != None ? banner.rState : Kept);
     }
+}
+
+// Where a size has 32 bits, the rest of this image would look like a whole one.
+TEST(LinuxVersion, ImageLargerThanTheAddressSpaceIsNotMappedInPart) {
+    unit::writeFile(ImageFile, "Linux version 1.2.3.R1");
+    ASSERT_EQ(truncate(ImageFile, (off_t{1} << 32) + 8192), 0);
+    const support::Stream image(std::fopen(ImageFile, "r"));
+    char buffer[8] = "";
+    const bool fits = sizeof(void*) > 4;
+    EXPECT_EQ(Bsp_findLinuxVersion(image.get(), buffer), fits ? buffer : nullptr);
+    EXPECT_STREQ(buffer, fits ? "R1" : "");
 }
 
 TEST(LinuxVersion, WhatCannotBeMappedIsAnError) {

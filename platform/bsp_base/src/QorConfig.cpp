@@ -87,9 +87,15 @@ std::string QorConfig::getValue(std::string_view key) const {
 
 bool QorConfig::setValue(std::string_view key, std::string_view value) {
     const FileDescriptor folder = openFolder();
-    return isFileName(key) && folder && lockFolder(folder) && writeNewValue(folder, value) &&
-           renameat(folder.get(), NewValueName, folder.get(), std::string(key).c_str()) == 0 &&
-           fsync(folder.get()) == 0;
+    if (!isFileName(key) || !folder || !lockFolder(folder)) {
+        return false;
+    }
+    if (!writeNewValue(folder, value) ||
+        renameat(folder.get(), NewValueName, folder.get(), std::string(key).c_str()) == -1) {
+        unlinkat(folder.get(), NewValueName, 0);
+        return false;
+    }
+    return fsync(folder.get()) == 0;
 }
 
 bool QorConfig::clearValue(std::string_view key) {

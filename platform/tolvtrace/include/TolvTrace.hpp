@@ -70,4 +70,5 @@ private:
     int sync() override;
 
     TolvTrace* m_trace;
+    bool m_lineEnded = false; // by a newline that belongs to the text, unless a flush comes next
 };

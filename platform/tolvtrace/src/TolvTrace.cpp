@@ -128,7 +128,11 @@ int TolvTraceStream::overflow(int character) {
 
 std::streamsize TolvTraceStream::xsputn(const char* data, std::streamsize length) {
     for (std::streamsize i = 0; m_trace != nullptr && i < length; ++i) {
-        if (data[i] != '\n') {
+        if (m_lineEnded) {
+            m_trace->logMsgData('\n');
+        }
+        m_lineEnded = data[i] == '\n';
+        if (!m_lineEnded) {
             m_trace->logMsgData(data[i]);
         }
     }
@@ -136,6 +140,7 @@ std::streamsize TolvTraceStream::xsputn(const char* data, std::streamsize length
 }
 
 int TolvTraceStream::sync() {
+    m_lineEnded = false;
     if (m_trace != nullptr) {
         m_trace->endLogMsg();
     }

@@ -3,16 +3,16 @@
 /// Conventions, for every function here:
 /// - It may be called first, from any thread; what it needs is set up by the first call.
 /// - A text that it returns is constant data that lives as long as the process; never free it.
-/// - Hardware that the layer does not know gives the enumeration's "EndOfList" value (Vocabulary.h)
-///   and one message on the trace "bsp.core"; it is not an error.
-/// - Queries of hardware and configuration throw std::system_error, which ends a C program, when
-/// the
-///   configuration store has a value that cannot be read, or a lock cannot be taken.
-/// - It may be preempted by a definition of the same name in front of the layer's library; the
-/// layer
-///   itself then uses another Bsp_getQorHwVariant, Bsp_getBoardIdText or Bsp_getLatestBoardIdText,
-///   and otherwise calls the functions of os::bsp. A board is brought up that way before its EEPROM
-///   is written. The tool contains the layer and cannot be preempted.
+/// - Hardware that the layer does not know is not an error. It gives the enumeration's "EndOfList"
+///   value (Vocabulary.h), or a fallback where the function says so, and level-1 messages on the
+///   trace "bsp.core".
+/// - Queries of hardware and configuration throw std::system_error, which ends a C program, when a
+///   value in the configuration store cannot be read, or a lock cannot be taken.
+/// - It may be preempted by a definition of the same name in front of the layer's library. The
+///   layer itself then uses another Bsp_getQorHwVariant, Bsp_getBoardIdText or
+///   Bsp_getLatestBoardIdText, in the Bsp_*Dtcm* functions another WarmDatabase_* function, and
+///   otherwise calls the functions of os::bsp. A board is brought up that way before its EEPROM is
+///   written. The tool contains the layer and cannot be preempted.
 #ifndef BSP_BSP_H
 #define BSP_BSP_H
 
@@ -48,8 +48,9 @@ typedef int32_t RadiolinkMode;
 #endif
 
 /// The row of the platform's table whose hardware code is the unit's own, or the first row when
-/// there is none. Never null; valid as long as the process. Like every query below it reads the
-/// unit's EEPROM when it is the first to ask, once per process.
+/// there is none. Never null; valid as long as the process. Like the other queries of hardware,
+/// but that of the switch type, it reads the unit's EEPROM when it is the first to ask, once per
+/// process.
 BSP_EXPORT const Bsp_HwVariant* Bsp_getQorHwVariant(void);
 
 /// The unit's product, a ProductId value (18 when it is not known).

@@ -1,7 +1,7 @@
 /// How many traffic channels and radio links the unit has.
 ///
-/// May be called from any thread; nothing is cached. Unknown hardware gets a fallback count and a
-/// level-1 message. Throws std::system_error when the once-only identification fails.
+/// May be called from any thread; nothing is cached. Unknown hardware gets a fallback count and
+/// level-1 messages. Throws std::system_error when the once-only identification fails.
 #pragma once
 
 #include "bsp/export.h"

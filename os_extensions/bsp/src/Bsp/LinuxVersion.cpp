@@ -3,6 +3,7 @@
 #include "CoreLog.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <string_view>
 
@@ -19,8 +20,12 @@ constexpr std::size_t LongestBanner = 1024;
 /// A whole file, mapped for reading.
 class FileMapping {
 public:
-    FileMapping(int fd, std::size_t size)
-        : m_memory(mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0)), m_size(size) {}
+    /// A file that is larger than the address space is not mapped.
+    FileMapping(int fd, off_t size) : m_size(static_cast<std::size_t>(size)) {
+        if (static_cast<off_t>(m_size) == size) {
+            m_memory = mmap(nullptr, m_size, PROT_READ, MAP_PRIVATE, fd, 0);
+        }
+    }
     ~FileMapping() {
         if (*this) {
             munmap(m_memory, m_size);
@@ -33,7 +38,7 @@ public:
     std::string_view content() const { return {static_cast<const char*>(m_memory), m_size}; }
 
 private:
-    void* m_memory;
+    void* m_memory = MAP_FAILED;
     std::size_t m_size;
 };
 
@@ -57,10 +62,11 @@ std::size_t findMarkerEnd(std::string_view image) {
 // `banner` begins behind the marker, with one separating character.
 void parseBanner(std::string_view banner, char* rState) {
     banner.remove_prefix(std::min<std::size_t>(1, banner.size()));
-    const std::string text(banner.substr(0, LongestBanner));
+    std::array<char, LongestBanner + 1> text{};
+    banner.copy(text.data(), LongestBanner);
     int numbers[3];
     std::sscanf( // NOLINT(cert-err34-c): a part that is missing is no error
-        text.c_str(), "%d.%d.%d.%7[a-zA-Z0-9]", &numbers[0], &numbers[1], &numbers[2], rState);
+        text.data(), "%d.%d.%d.%7[a-zA-Z0-9]", &numbers[0], &numbers[1], &numbers[2], rState);
 }
 
 } // namespace
@@ -76,7 +82,7 @@ char* Bsp_findLinuxVersion(std::FILE* image, char* buffer) {
         BSP_LOG(coreLog(), 1, "fstat failed with errno = ", std::strerror(errno));
         return nullptr;
     }
-    const FileMapping mapping(fileno(image), static_cast<std::size_t>(status.st_size));
+    const FileMapping mapping(fileno(image), status.st_size);
     if (!mapping) {
         BSP_LOG(coreLog(), 1, "unable to mmap temp image");
         return nullptr;

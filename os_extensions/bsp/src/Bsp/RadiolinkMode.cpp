@@ -26,11 +26,12 @@ RadiolinkMode getRadiolinkMode() {
 }
 
 bool setRadiolinkMode(RadiolinkMode mode) {
+    QorConfig config;
     switch (mode) {
     case RadiolinkMode::Rl4:
-        return QorConfig().setValue(key::RadiolinkMode, text::Rl4);
+        return config.setValue(key::RadiolinkMode, text::Rl4);
     case RadiolinkMode::Rl5:
-        return QorConfig().setValue(key::RadiolinkMode, text::Rl5);
+        return config.setValue(key::RadiolinkMode, text::Rl5);
     default:
         BSP_LOG(
             coreLog(), 1, "Unsupported radio-link mode: ", lookupName(radiolinkModeNames(), mode));

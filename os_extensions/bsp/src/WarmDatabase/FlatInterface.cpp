@@ -7,7 +7,19 @@ namespace {
 using os::bsp::dtcm::databaseLog;
 using os::bsp::dtcm::WarmDatabase;
 
-// What the operation answers, as 0 or -1; a null name or an exception is a failure, too.
+// What the operation answers; an exception is a failure, too.
+template <class Operation>
+int guarded(const char* function, Operation operation) {
+    try {
+        return operation();
+    } catch (const std::exception& exception) {
+        BSP_LOG_AT(
+            databaseLog(), 1, __LINE__, function, "Caught exception [", exception.what(), "].");
+        return -1;
+    }
+}
+
+// What the operation answers, as 0 or -1; a null name is a failure, too.
 template <class Operation>
 int run(const char* function, const char* blockName, void** data, Operation operation) {
     *data = nullptr;
@@ -15,13 +27,9 @@ int run(const char* function, const char* blockName, void** data, Operation oper
         BSP_LOG_AT(databaseLog(), 1, __LINE__, function, "Undefined object name");
         return -1;
     }
-    try {
+    return guarded(function, [&] {
         return operation(WarmDatabase::getInstance(), std::string(blockName)) ? 0 : -1;
-    } catch (const std::exception& exception) {
-        BSP_LOG_AT(
-            databaseLog(), 1, __LINE__, function, "Caught exception [", exception.what(), "].");
-        return -1;
-    }
+    });
 }
 
 } // namespace
@@ -55,7 +63,7 @@ int WarmDatabase_getInfo(char* buffer, unsigned size) {
     if (buffer == nullptr && size > 0) {
         return -1;
     }
-    return WarmDatabase::getInstance().getInfo(buffer, size);
+    return guarded(__func__, [&] { return WarmDatabase::getInstance().getInfo(buffer, size); });
 }
 
 int Bsp_createDtcmObject(const char* blockName, void** data, unsigned objectSize) {

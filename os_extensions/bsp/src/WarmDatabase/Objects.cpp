@@ -13,6 +13,10 @@ struct Place {
     std::size_t number() const { return index + 1; } // as people count blocks
 };
 
+bool hasZero(const std::string& name) {
+    return name.find('\0') != std::string::npos;
+}
+
 // Used blocks form an unbroken run from the first, so no object lies behind a free block.
 Place scan(WarmArea& area, const std::string& name) {
     const SoughtName sought(name);
@@ -38,14 +42,14 @@ bool WarmDatabase::validateObject(const std::string& blockName, unsigned objectS
         BSP_LOG(databaseLog(), 1, "Error: blockName is empty");
         return false;
     }
-    if (blockName.find('\0') != std::string::npos) {
-        BSP_LOG(databaseLog(), 1, "Error: blockName contains a zero byte");
-        return false;
-    }
     if (blockName.size() > MaxBlockNameLength) {
         BSP_LOG(
             databaseLog(), 1, "Error: blockName ", blockName, " with length ", blockName.size(),
             " is larger than the allowed maximum of ", MaxBlockNameLength);
+        return false;
+    }
+    if (hasZero(blockName)) {
+        BSP_LOG(databaseLog(), 1, "Error: blockName contains a zero byte");
         return false;
     }
     if (objectSize > MaxObjectSize) {
@@ -108,6 +112,9 @@ bool WarmDatabase::retrieveObject(
 }
 
 std::mutex* WarmDatabase::getObjectSyncPointer(const std::string& blockName) {
+    if (blockName.empty() || blockName.size() > MaxBlockNameLength || hasZero(blockName)) {
+        return nullptr;
+    }
     const Place place = scan(warmArea(m_mappedMemory), blockName);
     return place.found ? findSyncObject(m_blockSync, blockName, place.index) : nullptr;
 }

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -76,6 +77,8 @@ WarmDatabase& WarmDatabase::getInstance() {
 
 WarmDatabase::WarmDatabase() {
     maker = getpid();
+    // A child may come to have that process id, when it is used again or in a namespace of its own.
+    pthread_atfork(nullptr, nullptr, [] { maker = 0; });
     try {
         memoryMapTheDatabase();
         if (initDatabaseSemaphore()) {
