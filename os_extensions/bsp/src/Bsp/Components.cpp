@@ -1,7 +1,10 @@
 #include "bsp/Components.hpp"
 
-#include "CodeLookup.hpp"
+#include "CodeTable.hpp"
+#include "CoreLog.hpp"
+#include "HwCode.hpp"
 #include "QorConfig.hpp"
+#include "bsp/Bsp.h"
 
 namespace os::bsp {
 namespace {
@@ -42,17 +45,20 @@ bool isStored(std::string_view fpgaVariant) {
 
 DspType getDspType() {
     BSP_LOG_ENTER(coreLog(), "()");
-    return lookUp(
-        Dsps, getHwCode().words[DspWord], {__func__, "Unknown dspType: ", DspType::EndOfList},
-        variantWord(DspWord));
+    if (const auto* const known = Dsps.find(getHwCode().words[DspWord])) {
+        return *known;
+    }
+    BSP_LOG(coreLog(), 1, "Unknown dspType: ", variantWord(DspWord));
+    return DspType::EndOfList;
 }
 
 TrafFpgaType getTrafFpgaType() {
-    const FpgaChoice fpga = lookUp(
-        TrafficFpgas, getHwCode().words[TrafficWord],
-        {__func__, "Not supported traffic FPGA: ", {TrafFpgaType::EndOfList}},
-        variantWord(TrafficWord));
-    return !fpga.variant.empty() && isStored(fpga.variant) ? fpga.ofVariant : fpga.standard;
+    const FpgaChoice* const fpga = TrafficFpgas.find(getHwCode().words[TrafficWord]);
+    if (fpga == nullptr) {
+        BSP_LOG(coreLog(), 1, "Not supported traffic FPGA: ", variantWord(TrafficWord));
+        return TrafFpgaType::EndOfList;
+    }
+    return !fpga->variant.empty() && isStored(fpga->variant) ? fpga->ofVariant : fpga->standard;
 }
 
 SwitchType getSwitchType() {

@@ -1,6 +1,9 @@
 #include "bsp/Counts.hpp"
 
-#include "CodeLookup.hpp"
+#include "CodeTable.hpp"
+#include "CoreLog.hpp"
+#include "HwCode.hpp"
+#include "bsp/Bsp.h"
 #include "bsp/Product.hpp"
 
 namespace os::bsp {
@@ -46,10 +49,11 @@ constexpr CodeTable<std::uint32_t, 9> Radiolinks = {
 
 std::uint32_t getNumberOfChannels() {
     BSP_LOG_ENTER(coreLog(), "()");
-    const std::uint32_t count =
-        lookUp(Channels, codeOf(getProductId()), {__func__, "Unknown product id: ", 1}, [] {
-            return codeOf(getProductId());
-        });
+    const std::uint32_t* const known = Channels.find(codeOf(getProductId()));
+    if (known == nullptr) {
+        BSP_LOG(coreLog(), 1, "Unknown product id: ", codeOf(getProductId()));
+    }
+    const std::uint32_t count = known != nullptr ? *known : 1;
     BSP_LOG(coreLog(), 7, "numberOfChannels = ", count);
     return count;
 }
@@ -57,7 +61,11 @@ std::uint32_t getNumberOfChannels() {
 std::uint32_t getNumberOfRadiolinks() {
     BSP_LOG_ENTER(coreLog(), "()");
     const std::int32_t code = getHwCode().words[TrafficWord];
-    return lookUp(Radiolinks, code, {__func__, "Unknown traf type: ", 2}, [code] { return code; });
+    if (const auto* const known = Radiolinks.find(code)) {
+        return *known;
+    }
+    BSP_LOG(coreLog(), 1, "Unknown traf type: ", code);
+    return 2;
 }
 
 } // namespace os::bsp

@@ -17,4 +17,8 @@ enum HwWord : std::size_t {
 /// has fewer. Set up by the first call in the process, in whichever thread makes it.
 const QorHwCode& getHwCode();
 
+/// A word of the hardware code in the unit's variant row: what most messages quote rather than the
+/// unit's own word.
+std::int32_t variantWord(HwWord word);
+
 } // namespace os::bsp

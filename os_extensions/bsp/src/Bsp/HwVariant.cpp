@@ -32,6 +32,11 @@ const QorHwVariant* firstVariant() {
 }
 
 } // namespace
+
+std::int32_t variantWord(HwWord word) {
+    return Bsp_getQorHwVariant()->hwCode.words[word];
+}
+
 } // namespace os::bsp
 
 const os::bsp::QorHwVariant* Bsp_getQorHwVariant() {

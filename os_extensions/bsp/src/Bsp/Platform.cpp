@@ -1,6 +1,9 @@
 #include "bsp/Platform.hpp"
 
-#include "CodeLookup.hpp"
+#include "CodeTable.hpp"
+#include "CoreLog.hpp"
+#include "HwCode.hpp"
+#include "bsp/Bsp.h"
 
 namespace os::bsp {
 namespace {
@@ -31,23 +34,27 @@ constexpr CodeTable<ControlBackplaneType, 3> ControlBackplanes = {
 } // namespace
 
 PlatformType getPlatformType() {
-    return lookUp(
-        Platforms, getHwCode().words[PlatformWord],
-        {__func__, "Unknown platformType: ", PlatformType::EndOfList}, variantWord(PlatformWord));
+    if (const auto* const known = Platforms.find(getHwCode().words[PlatformWord])) {
+        return *known;
+    }
+    BSP_LOG(coreLog(), 1, "Unknown platformType: ", variantWord(PlatformWord));
+    return PlatformType::EndOfList;
 }
 
 TrafficBackplaneType getTrafficBackplane() {
-    return lookUp(
-        TrafficBackplanes, getHwCode().words[TrafficWord],
-        {__func__, "Unknown backplaneType: ", TrafficBackplaneType::EndOfList},
-        variantWord(TrafficWord));
+    if (const auto* const known = TrafficBackplanes.find(getHwCode().words[TrafficWord])) {
+        return *known;
+    }
+    BSP_LOG(coreLog(), 1, "Unknown backplaneType: ", variantWord(TrafficWord));
+    return TrafficBackplaneType::EndOfList;
 }
 
 ControlBackplaneType getControlBackplane() {
-    return lookUp(
-        ControlBackplanes, getHwCode().words[ControlBackplaneWord],
-        {__func__, "Unknown backplaneType: ", ControlBackplaneType::EndOfList},
-        variantWord(ControlBackplaneWord));
+    if (const auto* const known = ControlBackplanes.find(getHwCode().words[ControlBackplaneWord])) {
+        return *known;
+    }
+    BSP_LOG(coreLog(), 1, "Unknown backplaneType: ", variantWord(ControlBackplaneWord));
+    return ControlBackplaneType::EndOfList;
 }
 
 } // namespace os::bsp

@@ -1,6 +1,7 @@
 #include "bsp/Product.hpp"
 
-#include "CodeLookup.hpp"
+#include "CodeTable.hpp"
+#include "CoreLog.hpp"
 #include "HwVariant.hpp"
 #include "bsp/Bsp.h"
 
@@ -29,9 +30,11 @@ constexpr CodeTable<ProductId, 15> ProductOfCode = {
 
 ProductId getProductId() {
     const std::int32_t code = Bsp_getQorHwVariant()->productCode;
-    return lookUp(
-        ProductOfCode, code, {__func__, "Unknown product ID: ", ProductId::EndOfList},
-        [code] { return code; });
+    if (const auto* const known = ProductOfCode.find(code)) {
+        return *known;
+    }
+    BSP_LOG(coreLog(), 1, "Unknown product ID: ", code);
+    return ProductId::EndOfList;
 }
 
 HwRevision getHwRevision() {

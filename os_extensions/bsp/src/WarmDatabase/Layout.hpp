@@ -5,12 +5,8 @@
 #include "bsp/WarmDatabase.hpp"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
-#include <bit>
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -62,57 +58,6 @@ struct Block {
 
 private:
     std::atomic_ref<char> nameByte(std::size_t index) { return std::atomic_ref(name[index]); }
-};
-
-/// A name to look for, 1 to 15 bytes. A block has it when the name and the zero behind it stand at
-/// the start of the name field, whatever follows: two masked words are compared instead of bytes.
-/// For holders of the lock.
-class SoughtName {
-public:
-    explicit SoughtName(std::string_view text)
-        : m_name{wordOf(text.substr(0, 8)), wordOf(text.substr(std::min<std::size_t>(text.size(), 8)))},
-          m_mask{lowBytes(text.size() + 1), text.size() < 8 ? 0 : lowBytes(text.size() - 7)} {}
-
-    bool isNameOf(const Block& block) const { return differences(wordsOf(block)) == 0; }
-
-    /// Whether a scan for the name ends at the block: it has the name, or is free.
-    bool endsAt(const Block& block) const {
-        const Words words = wordsOf(block);
-        const std::uint64_t first = words[0] & lowBytes(1);
-        return differences(words) == 0 || first == 0;
-    }
-
-private:
-    using Words = std::array<std::uint64_t, 2>;
-    static_assert(sizeof(Words) == BlockNameSize);
-    static_assert(std::endian::native == std::endian::little);
-
-    static constexpr std::uint64_t lowBytes(std::size_t count) {
-        return count < 8 ? (std::uint64_t{1} << 8 * count) - 1 : ~std::uint64_t{0};
-    }
-
-    // By shifting: bytes that were just written one by one could not be loaded as a word for a
-    // while.
-    static std::uint64_t wordOf(std::string_view bytes) {
-        std::uint64_t word = 0;
-        for (std::size_t i = bytes.size(); i-- > 0;) {
-            word = word << 8 | static_cast<unsigned char>(bytes[i]);
-        }
-        return word;
-    }
-
-    static Words wordsOf(const Block& block) {
-        Words words;
-        std::memcpy(&words, block.name, sizeof words);
-        return words;
-    }
-
-    std::uint64_t differences(const Words& words) const {
-        return ((words[0] ^ m_name[0]) & m_mask[0]) | ((words[1] ^ m_name[1]) & m_mask[1]);
-    }
-
-    Words m_name;
-    Words m_mask;
 };
 
 struct WarmArea {

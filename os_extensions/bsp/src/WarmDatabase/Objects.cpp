@@ -1,6 +1,8 @@
 #include "DatabaseLog.hpp"
 #include "Layout.hpp"
 
+#include <cstring>
+
 namespace os::bsp::dtcm {
 namespace {
 
@@ -17,15 +19,22 @@ bool hasZero(const std::string& name) {
     return name.find('\0') != std::string::npos;
 }
 
+/// A name as a block holds it.
+struct NameField {
+    explicit NameField(const std::string& name) { name.copy(bytes, MaxBlockNameLength); }
+    char bytes[BlockNameSize] = {};
+};
+
 // Used blocks form an unbroken run from the first, so no object lies behind a free block.
-Place scan(WarmArea& area, const std::string& name) {
-    const SoughtName sought(name);
-    const auto* const block =
-        std::find_if(std::begin(area.blocks), std::end(area.blocks), [&](const Block& candidate) {
-            return sought.endsAt(candidate);
-        });
-    const auto index = static_cast<std::size_t>(block - area.blocks);
-    return {index, index < MaxNumberOfBlocks && sought.isNameOf(*block)};
+Place scan(WarmArea& area, const NameField& name) {
+    for (std::size_t i = 0; i < MaxNumberOfBlocks; ++i) {
+        const char* const present = area.blocks[i].name;
+        const bool found = std::memcmp(present, name.bytes, BlockNameSize) == 0;
+        if (found || present[0] == '\0') {
+            return {i, found};
+        }
+    }
+    return {MaxNumberOfBlocks, false};
 }
 
 std::mutex* findSyncObject(std::byte* syncArea, const std::string& name, std::size_t index) {
@@ -71,7 +80,7 @@ bool WarmDatabase::createObject(
     Place place{};
     {
         const SemLockGuard guard(lockDatabase ? m_databaseSemaphore : nullptr);
-        place = scan(area, blockName);
+        place = scan(area, NameField(blockName));
         if (place.found) {
             BSP_LOG(
                 databaseLog(), 2, "Warning: object for block ", blockName,
@@ -99,8 +108,9 @@ bool WarmDatabase::retrieveObject(
         return false;
     }
     WarmArea& area = warmArea(m_mappedMemory);
+    const NameField name(blockName);
     const SemLockGuard guard(lockDatabase ? m_databaseSemaphore : nullptr);
-    const Place place = scan(area, blockName);
+    const Place place = scan(area, name);
     if (!place.found) {
         return false;
     }
@@ -115,7 +125,7 @@ std::mutex* WarmDatabase::getObjectSyncPointer(const std::string& blockName) {
     if (blockName.empty() || blockName.size() > MaxBlockNameLength || hasZero(blockName)) {
         return nullptr;
     }
-    const Place place = scan(warmArea(m_mappedMemory), blockName);
+    const Place place = scan(warmArea(m_mappedMemory), NameField(blockName));
     return place.found ? findSyncObject(m_blockSync, blockName, place.index) : nullptr;
 }
 

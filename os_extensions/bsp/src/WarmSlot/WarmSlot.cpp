@@ -6,7 +6,6 @@
 #include "bsp/WarmDatabase.hpp"
 
 #include <algorithm>
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <system_error>
@@ -54,23 +53,15 @@ struct WarmSlot::SlotObject {
             bytes.begin(), bytes.end(), [](std::byte byte) { return byte != std::byte{0}; });
     }
 
-    // The mutex comes last, and is not all zeroes then: it is marked as shared between processes.
-    void initialise() {
-        slotId = NotSet;
-        std::atomic_thread_fence(std::memory_order_release);
-        initialiseProcessShared({&mutex, 1});
-    }
-
     // The object's creator gave the database lock back before it could initialise the object:
-    // another process may get here first, or find what a creator that was killed has left.
+    // another process may get here first, or find what a creator that was killed has left. The
+    // mutex comes last, and is not all zeroes then: it is marked as shared between processes.
     void initialiseOnce(dtcm::WarmDatabase& database) {
+        const std::lock_guard lock(database);
         if (!isInitialised()) {
-            const std::lock_guard lock(database);
-            if (!isInitialised()) {
-                initialise();
-            }
+            slotId = NotSet;
+            initialiseProcessShared({&mutex, 1});
         }
-        std::atomic_thread_fence(std::memory_order_acquire);
     }
 };
 
