@@ -2,6 +2,7 @@
 // none of the layer's own declarations of it are used here.
 #include "Database.hpp"
 #include "Process.hpp"
+#include "TolvTrace.h"
 #include "Unit.hpp"
 
 #include <gtest/gtest.h>
@@ -23,15 +24,12 @@ struct Numbers {
 constexpr Numbers Unit{24, 12, 504, 4};
 constexpr Numbers Workstation{40, 16, 840, 8};
 constexpr Numbers Abi = sizeof(void*) == 4 ? Unit : Workstation;
-
 constexpr std::size_t BlockSize = 1536;
-constexpr std::size_t NameSize = 16;
-constexpr char ProcessShared = '\x80';
 const std::string SyncArea = "/dev/shm/DtcmSync";
 
 std::string freshMutex() {
     std::string mutex(Abi.mutexSize, '\0');
-    mutex[Abi.mutexKind] = ProcessShared;
+    mutex[Abi.mutexKind] = '\x80'; // shared between processes
     return mutex;
 }
 
@@ -43,14 +41,17 @@ std::string freshSyncArea() {
     return area;
 }
 
-std::string slotObject(const char* idBytes) {
-    return (std::string(idBytes, 4) + std::string(Abi.slotMutex - 4, '\0')) + freshMutex();
+std::string block(std::string name, const std::string& data) {
+    name.resize(16);
+    name += data;
+    name.resize(BlockSize);
+    return name;
 }
 
-std::string block(const std::string& name, const std::string& data) {
-    std::string bytes = name + std::string(NameSize - name.size(), '\0') + data;
-    bytes.resize(BlockSize);
-    return bytes;
+std::string slot(const char* idBytes) {
+    std::string object(idBytes, 4);
+    object.resize(Abi.slotMutex);
+    return block("SLOT", object + freshMutex());
 }
 
 /// `blocks` at the start of an area of noise, in which all other blocks are marked as free.
@@ -62,93 +63,73 @@ std::string area(const std::string& blocks) {
     return bytes;
 }
 
-::testing::AssertionResult sameBytes(const std::string& seen, const std::string& wanted) {
-    for (std::size_t i = 0; i < std::max(seen.size(), wanted.size()); ++i) {
-        if (seen.substr(i, 1) != wanted.substr(i, 1)) {
-            return ::testing::AssertionFailure() << "sizes " << seen.size() << " and "
-                                                 << wanted.size() << ", different from byte " << i;
-        }
-    }
-    return ::testing::AssertionSuccess();
+std::string run(const std::function<void()>& client) {
+    const Outcome outcome = inChild(client);
+    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+    return outcome.err;
 }
 
-class GoldenArea : public testing::Test {
-protected:
-    GoldenArea() {
-        unit::restart(unit::Warm, area(m_kept));
-        unit::writeFile(SyncArea, freshSyncArea());
-    }
+const std::string Alarms = block("ALARMS", std::string(1520, '\xa5'));
+const std::string Longest = block("exactly15bytes!", "x");
 
-    static std::string answerOf(const std::function<void()>& client) {
-        const Outcome outcome = inChild(client);
-        EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
-        return outcome.out;
-    }
-
-    const std::string m_slot = block("SLOT", slotObject("\x2a\1\0\0"));
-    const std::string m_alarms = block("ALARMS", std::string(1520, '\xa5'));
-    const std::string m_longest = block("exactly15bytes!", "x");
-    const std::string m_kept = m_slot + m_alarms + m_longest;
-};
-
-TEST_F(GoldenArea, IsFoundAndReported) {
-    const std::string info = answerOf([] {
+TEST(Golden, AreaOfAnEarlierRunIsFoundAndExtended) {
+    unit::restart(unit::Warm, area(slot("\x2a\1\0\0") + Alarms + Longest));
+    unit::writeFile(SyncArea, freshSyncArea());
+    run([] {
         EXPECT_EQ(Bsp_getSlotId(), 0x12a);
-        EXPECT_FALSE(Object("exactly15bytes!").created);
         const Object alarms("ALARMS", 1520);
-        EXPECT_FALSE(alarms.created);
         EXPECT_EQ(std::string(static_cast<char*>(alarms.data), 1520), std::string(1520, '\xa5'));
-        EXPECT_EQ(database().getNumberOfFreeBlocks(), 18U);
-        char text[300];
-        EXPECT_EQ(WarmDatabase_getInfo(text, sizeof text), 0);
-        std::fputs(text, stdout);
-    });
-    EXPECT_EQ(
-        info, "Warm database information:\n"
-              "Block[01] Name: SLOT                 Size: 1536\n"
-              "Block[02] Name: ALARMS               Size: 1536\n"
-              "Block[03] Name: exactly15bytes!      Size: 1536\n"
-              "Used bytes: 4608 out of 32768\n");
-    EXPECT_TRUE(sameBytes(unit::readFile(unit::WarmArea), area(m_kept)));
-    EXPECT_TRUE(sameBytes(unit::readFile(SyncArea), freshSyncArea()));
-}
-
-TEST_F(GoldenArea, IsExtendedWhereItEnds) {
-    answerOf([] {
+        EXPECT_FALSE(Object("exactly15bytes!").created);
         Bsp_setSlotId(-2);
-        const Object added("ADDED", 3);
-        EXPECT_TRUE(added.created);
-        std::memcpy(added.data, "new", 3);
-    });
-    std::string wanted = area(m_kept);
-    wanted.replace(0, BlockSize, block("SLOT", slotObject("\xfe\xff\xff\xff")));
-    wanted.replace(m_kept.size(), BlockSize, block("ADDED", "new"));
-    EXPECT_TRUE(sameBytes(unit::readFile(unit::WarmArea), wanted));
-}
-
-TEST_F(GoldenArea, SyncObjectsAreMutexesInOrderOfBlocks) {
-    answerOf([] {
-        const Object alarms("ALARMS");
+        std::memcpy(Object("ADDED", 3).data, "new", 3);
         const std::lock_guard lock(alarms.mutex());
         std::string others = unit::readFile(SyncArea);
         EXPECT_NE(others.substr(Abi.mutexSize, Abi.mutexSize), freshMutex());
         others.replace(Abi.mutexSize, Abi.mutexSize, freshMutex());
-        EXPECT_TRUE(sameBytes(others, freshSyncArea()));
+        EXPECT_TRUE(others == freshSyncArea());
     });
-    EXPECT_TRUE(sameBytes(unit::readFile(SyncArea), freshSyncArea()));
+    const std::string extended =
+        slot("\xfe\xff\xff\xff") + Alarms + Longest + block("ADDED", "new");
+    const std::string before = area(slot("") + Alarms + Longest);
+    EXPECT_TRUE(unit::readFile(unit::WarmArea) == extended + before.substr(extended.size()));
+    EXPECT_TRUE(unit::readFile(SyncArea) == freshSyncArea());
 }
 
-TEST(GoldenColdRestart, LeavesTheSlotAloneInAnAreaOfZeroes) {
+TEST(Golden, ColdRestartLeavesTheSlotAloneInAnAreaOfZeroes) {
     unit::restart(unit::Cold, unit::noise(32768));
     unit::writeFile(SyncArea, unit::noise(7)); // unfinished
-    const Outcome outcome = inChild([] {
+    run([] {
         EXPECT_EQ(Bsp_getSlotId(), -1);
-        EXPECT_TRUE(sameBytes(unit::readFile(SyncArea), freshSyncArea()));
+        EXPECT_TRUE(unit::readFile(SyncArea) == freshSyncArea());
     });
-    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
-    const std::string slot = block("SLOT", slotObject("\xff\xff\xff\xff"));
-    EXPECT_TRUE(
-        sameBytes(unit::readFile(unit::WarmArea), slot + std::string(32768 - slot.size(), '\0')));
+    std::string wanted = slot("\xff\xff\xff\xff");
+    wanted.resize(32768);
+    EXPECT_TRUE(unit::readFile(unit::WarmArea) == wanted);
+}
+
+// The object's creator may be killed, or overtaken, before it has initialised the object.
+TEST(Slot, IsSharedAndSurvivesAWarmRestartOnly) {
+    TolvTrace_setLevel("bsp.networking", 6);
+    unit::restart(unit::Warm, "SLOT");
+    EXPECT_EQ(
+        countLines(
+            run([] {
+                EXPECT_EQ(Bsp_getSlotId(), -1);
+                Bsp_setSlotId(7);
+                EXPECT_EQ(inChild([] { EXPECT_EQ(Bsp_getSlotId(), 7); }).status, 0);
+            }),
+            "set: set(): Setting slotId to: 7"),
+        1);
+    unit::restart(unit::Warm, unit::readFile(unit::WarmArea));
+    const std::string log = run([] { EXPECT_EQ(Bsp_getSlotId(), 7); });
+    for (const char* message :
+         {"The SLOT object was successfully retrieved from the warm database",
+          "The slotId from WARM reset is: 7", "get: get(): SlotId is: 7"}) {
+        EXPECT_EQ(countLines(log, message), 1) << log;
+    }
+    unit::restart(unit::Cold, unit::readFile(unit::WarmArea));
+    const std::string cold = run([] { EXPECT_EQ(Bsp_getSlotId(), -1); });
+    EXPECT_EQ(countLines(cold, "The SLOT object was created, initializing the object contents"), 1);
 }
 
 } // namespace

@@ -1,13 +1,14 @@
 #include "Database.hpp"
-#include "Layout.hpp"
 #include "Process.hpp"
 #include "TolvTrace.h"
 #include "Unit.hpp"
+#include "bsp/ResetType.hpp"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <stdexcept>
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
@@ -15,95 +16,108 @@
 
 namespace {
 
-using namespace test;
-using os::bsp::dtcm::SyncAreaSize;
+enum class Thrown { Nothing, Exception, Number };
 
+Thrown thrown = Thrown::Nothing;
+int failingWaits = 0;
+
+// The function of this name behind the program's own.
+template <class Function>
+Function* next(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+BSP_EXPORT os::bsp::ResetType os::bsp::getResetType() {
+    if (thrown == Thrown::Exception) {
+        throw std::runtime_error("no reset type");
+    }
+    if (thrown == Thrown::Number) {
+        throw 5; // NOLINT: not a std::exception on purpose
+    }
+    return next<ResetType()>("_ZN2os3bsp12getResetTypeEv")();
+}
+
+extern "C" BSP_EXPORT int sem_wait(sem_t* sem) {
+    if (failingWaits > 0) {
+        --failingWaits;
+        errno = EINVAL;
+        return -1;
+    }
+    return next<int(sem_t*)>("sem_wait")(sem);
+}
+
+namespace {
+
+using namespace test;
+
+constexpr std::size_t SyncAreaSize = 21 * sizeof(pthread_mutex_t);
 constexpr const char* SemaphoreFile = "/dev/shm/sem.DtcmDbSharedSem";
 constexpr const char* SyncFile = "/dev/shm/DtcmSync";
-constexpr const char* MarkerFile = "/dev/shm/DtcmColdRestartDone";
+constexpr const char* Clearing = "clearDatabaseIfColdRestart(): COLD restart, clearing database.";
 
-Outcome startInChild(const std::function<void()>& body = [] {}) {
-    return inChild([&] {
+Outcome start(const std::function<void()>& body = [] {}) {
+    const Outcome outcome = inChild([&] {
         TolvTrace_setLevel("Bsp.WarmDatabase", 5);
         database();
         body();
     });
+    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+    return outcome;
 }
 
-TEST(Startup, EveryRestartButAColdOneKeepsTheArea) {
+void expectStart(const char* message) {
+    const Outcome outcome = start();
+    EXPECT_EQ(countLines(outcome.err, message), 1) << outcome.err;
+}
+
+TEST(Startup, OnlyAColdRestartClearsTheAreaOnceInASystemRun) {
     const std::string area = unit::noise(32768);
     for (const auto cause : {unit::Warm, unit::Watchdog, unit::Unknown}) {
         unit::restart(cause, area);
-        const auto outcome = startInChild();
-        EXPECT_EQ(outcome.status, 0);
+        expectStart("clearDatabaseIfColdRestart(): WARM restart, leaving database as is.");
         EXPECT_TRUE(unit::readFile(unit::WarmArea) == area);
-        EXPECT_EQ(
-            countLines(
-                outcome.err, "clearDatabaseIfColdRestart(): WARM restart, leaving database as is."),
-            1)
-            << outcome.err;
     }
     unit::restart(unit::Cold, area);
-    const auto outcome = startInChild();
-    EXPECT_EQ(unit::readFile(unit::WarmArea), std::string(32768, '\0'));
-    EXPECT_EQ(countLines(outcome.err, "COLD restart, clearing database."), 1);
-}
-
-TEST(Startup, ColdRestartIsHandledOnceInASystemRun) {
-    unit::restart(unit::Cold, unit::noise(32768));
-    EXPECT_EQ(startInChild([] { EXPECT_TRUE(Object("A").created); }).status, 0);
-    EXPECT_FALSE(std::filesystem::exists(SemaphoreFile)); // so the next process creates it again
-    const auto again = startInChild([] { EXPECT_FALSE(Object("A").created); });
-    EXPECT_EQ(again.status, 0) << again.out;
-    EXPECT_EQ(countLines(again.err, "COLD restart already handled, leaving database as is."), 1);
-    for (const char* marker : {"another boot's id, of the same length", "", "short"}) {
-        unit::writeFile(MarkerFile, marker);
-        EXPECT_EQ(countLines(startInChild().err, "COLD restart, clearing database."), 1);
-    }
-}
-
-TEST(Startup, ColdRestartOfAPrivateAreaSaysNothingOfTheUnits) {
-    unit::restart(unit::Cold, unit::noise(32768));
     std::filesystem::rename(unit::WarmArea, "/tmp/area");
-    startInChild();
+    start(); // a private area says nothing about the unit's own
     std::filesystem::rename("/tmp/area", unit::WarmArea);
-    EXPECT_EQ(countLines(startInChild().err, "COLD restart, clearing database."), 1);
+    expectStart(Clearing);
+    EXPECT_EQ(unit::readFile(unit::WarmArea), std::string(32768, '\0'));
+    expectStart("COLD restart already handled, leaving database as is.");
+    for (const char* marker : {"another boot's id, of the same length", "short"}) {
+        unit::writeFile("/dev/shm/DtcmColdRestartDone", marker);
+        expectStart(Clearing);
+    }
 }
 
 TEST(Startup, NamesGoWithTheProcessThatMadeThem) {
+    const auto bothThere = [] {
+        return std::filesystem::exists(SemaphoreFile) && std::filesystem::exists(SyncFile);
+    };
     unit::restart(unit::Warm, "");
-    const auto maker = startInChild([] {
-        EXPECT_EQ(
-            inChild([] { EXPECT_TRUE(Object("A").created); }).status, 0); // forked, then exits
-        EXPECT_TRUE(std::filesystem::exists(SemaphoreFile));
-        EXPECT_TRUE(std::filesystem::exists(SyncFile));
-        EXPECT_FALSE(Object("A").created);
+    start([&] {
+        EXPECT_EQ(inChild([] { Object("A"); }).status, 0); // forked, then exits
+        EXPECT_TRUE(bothThere());
     });
-    EXPECT_EQ(maker.status, 0) << maker.out;
-    EXPECT_FALSE(std::filesystem::exists(SemaphoreFile));
-    EXPECT_FALSE(std::filesystem::exists(SyncFile));
-
+    EXPECT_TRUE(std::filesystem::is_empty("/dev/shm"));
     sem_close(sem_open("/DtcmDbSharedSem", O_CREAT | O_EXCL, 0666, 1));
     unit::writeFile(SyncFile, std::string(SyncAreaSize, '\0'));
-    const auto opener = startInChild();
-    EXPECT_EQ(countLines(opener.err, "restart"), 0) << opener.err;
-    EXPECT_TRUE(std::filesystem::exists(SemaphoreFile));
+    EXPECT_EQ(countLines(start().err, "restart"), 0);
+    EXPECT_TRUE(bothThere());
     EXPECT_EQ(unit::readFile(SyncFile), std::string(SyncAreaSize, '\0')); // left as it was
 }
 
 // Whatever size a creator that was killed has left, the next process finishes the area.
 TEST(Startup, UnfinishedSyncAreaIsFinished) {
-    const auto finished = [] {
-        const Object object("A");
-        const std::lock_guard lock(object.mutex());
-        EXPECT_EQ(std::filesystem::file_size(SyncFile), SyncAreaSize);
-    };
-    for (const std::size_t size :
-         {std::size_t{0}, std::size_t{10}, SyncAreaSize + 1, std::size_t{9999}}) {
+    for (const std::size_t size : {std::size_t{10}, SyncAreaSize + 1, std::size_t{9999}}) {
         unit::restart(unit::Warm, "");
         unit::writeFile(SyncFile, unit::noise(size));
-        const auto outcome = startInChild(finished);
-        EXPECT_EQ(outcome.status, 0) << outcome.out;
+        start([] {
+            const std::lock_guard lock(Object("A").mutex());
+            EXPECT_EQ(std::filesystem::file_size(SyncFile), SyncAreaSize);
+        });
         EXPECT_FALSE(std::filesystem::exists(SyncFile)); // it became the creator
     }
 }
@@ -122,12 +136,6 @@ TEST(Startup, ClosedErrorOutputIsNotTheSyncArea) {
     EXPECT_EQ(outcome.status, 0);
 }
 
-struct Fault {
-    const char* name;
-    std::function<void()> cause;
-    std::vector<std::string> messages;
-};
-
 void limit(__rlimit_resource resource, rlim_t value) {
     rlimit limits = {};
     getrlimit(resource, &limits);
@@ -140,92 +148,84 @@ void mountShm(unsigned long flags, const char* options) {
 }
 
 void fillShm() {
-    mountShm(0, "size=4k,nr_inodes=100");
     unit::writeFile("/dev/shm/filler", std::string(4096, 'x'));
 }
 
-const std::string NoArea = "memoryMapTheDatabase(): Error during initialization of warm area";
+const std::string Area = "Error during initialization of warm area";
+const std::string NoArea = "memoryMapTheDatabase(): " + Area;
 const std::string NoSemaphore = "initDatabaseSemaphore(): error in sem_open error: ";
 const std::string NoSync = "initBlockSynchronization(): error in shm_open error: ";
 
+struct Fault {
+    std::function<void()> cause;
+    std::vector<std::string> messages;
+};
+
 const Fault Faults[] = {
-    {"no device", [] { std::filesystem::remove(unit::WarmArea); }, {NoArea}},
-    {"device that cannot be mapped",
-     [] {
+    {[] { std::filesystem::remove(unit::WarmArea); }, {NoArea}},
+    {[] {
          std::filesystem::remove(unit::WarmArea);
          ASSERT_EQ(mkfifo(unit::WarmArea.c_str(), 0600), 0);
      },
      {NoArea + ", error: No such device"}},
-    {"read-only shared memory",
-     [] { mountShm(MS_RDONLY, nullptr); },
+    {[] { mountShm(MS_RDONLY, nullptr); },
      {NoSemaphore + "Read-only file system", NoSync + "Read-only file system"}},
-    {"full shared memory",
-     fillShm,
+    {[] {
+         mountShm(0, "size=4k,nr_inodes=100");
+         fillShm();
+     },
      {NoSemaphore + "No space left on device", NoSync + "No space left on device"}},
-    {"directory in place of the sync area",
-     [] { std::filesystem::create_directory(SyncFile); },
-     {NoSync + "Invalid argument"}},
+    {[] { // a lock that exists can be opened also where none could be created
+         mountShm(0, "size=8k,nr_inodes=100");
+         sem_close(sem_open("/DtcmDbSharedSem", O_CREAT | O_EXCL, 0666, 1));
+         fillShm();
+     },
+     {NoSync + "No space left on device"}},
+    {[] { std::filesystem::create_directory(SyncFile); }, {NoSync + "Invalid argument"}},
+    {[] { limit(RLIMIT_NOFILE, 4); }, {NoArea, NoSemaphore, NoSync}},
+    {[] { limit(RLIMIT_MEMLOCK, 0); },
+     {NoArea + ", error: Operation not permitted", NoSync + "Operation not permitted"}},
+    {[] { thrown = Thrown::Exception; },
+     {"WarmDatabase(): " + Area + ": Caught exception [no reset type]."}},
+    {[] { thrown = Thrown::Number; }, {"WarmDatabase(): " + Area + ": Caught unknown exception"}},
+    {[] { failingWaits = 1; }, {"SemLockGuard(): error in sem_wait error: Invalid argument"}},
 };
 
-// Objects still work inside the process, and it ends in order.
-void expectMessages(const Fault& fault) {
-    SCOPED_TRACE(fault.name);
-    unit::restart(unit::Warm, "");
-    const auto outcome = inChild([&] {
-        fault.cause();
-        const Object object("A", 1520);
-        EXPECT_TRUE(object.created);
-        const std::lock_guard lock(object.mutex());
-        object.as<int>() = 5;
-        EXPECT_EQ(Object("A").as<int>(), 5);
-        limit(RLIMIT_NOFILE, 100); // sanitizers need some to end in order
-    });
-    if (std::filesystem::exists("/dev/shm/filler") || fault.messages.size() == 2) {
-        umount2("/dev/shm", MNT_DETACH);
-    }
-    EXPECT_EQ(outcome.status, 0) << outcome.out;
-    for (const auto& message : fault.messages) {
-        EXPECT_EQ(countLines(outcome.err, message), 1) << message << "\n" << outcome.err;
-    }
-    EXPECT_EQ(countLines(outcome.err, ""), static_cast<int>(fault.messages.size())) << outcome.err;
-}
-
+// Objects still work inside the process, no lock stays taken, and it ends in order.
 TEST(Startup, FaultsAreReportedAndBypassed) {
     for (const Fault& fault : Faults) {
-        expectMessages(fault);
+        SCOPED_TRACE(&fault - Faults);
+        unit::restart(unit::Warm, "");
+        const auto outcome = inChild([&] {
+            fault.cause();
+            const Object object("A", 1520);
+            EXPECT_TRUE(object.created);
+            const std::lock_guard lock(object.mutex());
+            object.as<int>() = 5;
+            EXPECT_EQ(Object("A").as<int>(), 5);
+            limit(RLIMIT_NOFILE, 100); // sanitizers need some to end in order
+        });
+        umount2("/dev/shm", MNT_DETACH);
+        mountShm(0, nullptr);
+        EXPECT_EQ(outcome.status, 0) << outcome.out;
+        for (const auto& message : fault.messages) {
+            EXPECT_EQ(countLines(outcome.err, message), 1) << message << "\n" << outcome.err;
+        }
+        EXPECT_EQ(countLines(outcome.err, ""), static_cast<int>(fault.messages.size()));
     }
 }
 
-TEST(Startup, FullSharedMemoryDoesNotHideTheLock) {
-    fillShm();
-    std::filesystem::remove("/dev/shm/filler");
+TEST(Startup, FailedWaitIsNotPosted) {
     unit::restart(unit::Warm, "");
-    sem_close(sem_open("/DtcmDbSharedSem", O_CREAT | O_EXCL, 0666, 1));
-    unit::writeFile("/dev/shm/filler", std::string(4096, 'x'));
-    const auto outcome = startInChild([] { EXPECT_TRUE(Object("A").created); });
-    EXPECT_EQ(outcome.status, 0) << outcome.out;
-    EXPECT_EQ(countLines(outcome.err, NoSemaphore), 0) << outcome.err;
-}
-
-TEST(Startup, MissingSharedMemoryIsReportedAndBypassed) {
-    unit::restart(unit::Warm, "");
-    umount2("/dev/shm", MNT_DETACH);
-    std::filesystem::remove_all("/dev/shm");
-    const auto outcome = startInChild([] { EXPECT_TRUE(Object("A").created); });
-    EXPECT_EQ(outcome.status, 0) << outcome.out;
-    EXPECT_EQ(countLines(outcome.err, NoSemaphore + "No such file or directory"), 1) << outcome.err;
-}
-
-TEST(Startup, ExhaustedDescriptorsAreReportedAndBypassed) {
-    expectMessages(
-        {"no descriptors", [] { limit(RLIMIT_NOFILE, 4); }, {NoArea, NoSemaphore, NoSync}});
-}
-
-TEST(Startup, UnlockableMemoryIsReportedAndBypassed) {
-    expectMessages(
-        {"no memory can be locked",
-         [] { limit(RLIMIT_MEMLOCK, 0); },
-         {NoArea + ", error: Operation not permitted", NoSync + "Operation not permitted"}});
+    database();
+    sem_t* const semaphore = sem_open("/DtcmDbSharedSem", 0);
+    failingWaits = 2;
+    Object("A");
+    database().lock();
+    database().unlock();
+    int value = 0;
+    sem_getvalue(semaphore, &value);
+    EXPECT_EQ(value, 1);
 }
 
 } // namespace
