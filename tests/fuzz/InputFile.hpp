@@ -21,5 +21,5 @@ public:
     std::string path() const { return "/proc/self/fd/" + std::to_string(m_file.get()); }
 
 private:
-    support::FileDescriptor m_file;
+    posix::FileDescriptor m_file;
 };

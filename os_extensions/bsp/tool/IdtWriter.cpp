@@ -97,7 +97,7 @@ enum class Result { Programmed, NothingToDo, Failed };
 
 // Tells why it fails or has nothing to do; all it opened is closed when it returns.
 Result configure(const char* board) {
-    const support::FileDescriptor device(open(DeviceName, O_RDWR | O_CLOEXEC));
+    const posix::FileDescriptor device(open(DeviceName, O_RDWR | O_CLOEXEC));
     if (!device) {
         std::printf("ERROR: %s(): %s could not be opened\n", WriterName, DeviceName);
         return Result::Failed;
@@ -106,7 +106,7 @@ Result configure(const char* board) {
     if (path == nullptr) {
         return Result::Failed;
     }
-    const support::Stream file(std::fopen(path.get(), "re"));
+    const posix::Stream file(std::fopen(path.get(), "re"));
     if (file == nullptr) {
         std::printf(
             "NOTICE: %s(): IDT configuration file %s not found. Using configuration from "

@@ -15,7 +15,7 @@ namespace {
 // Registers are 32-bit little-endian words of a file.
 class RegisterFile : public Device<unsigned int> {
 public:
-    RegisterFile(support::FileDescriptor file, std::unique_ptr<IMutex> mutex)
+    RegisterFile(posix::FileDescriptor file, std::unique_ptr<IMutex> mutex)
         : m_file(std::move(file)), m_mutex(std::move(mutex)) {}
 
     bool read(unsigned offset, unsigned int& value) override {
@@ -36,7 +36,7 @@ public:
     }
 
 private:
-    support::FileDescriptor m_file;
+    posix::FileDescriptor m_file;
     std::unique_ptr<IMutex> m_mutex;
 };
 
@@ -49,7 +49,7 @@ Factory& Factory::getInstance() {
 
 std::unique_ptr<IDevice> Factory::createUnique(
     const std::string& name, std::unique_ptr<IMutex> mutex) {
-    support::FileDescriptor file(open(platform::path("dev/" + name).c_str(), O_RDWR | O_CLOEXEC));
+    posix::FileDescriptor file(open(platform::path("dev/" + name).c_str(), O_RDWR | O_CLOEXEC));
     if (!file || mutex == nullptr) {
         return nullptr;
     }

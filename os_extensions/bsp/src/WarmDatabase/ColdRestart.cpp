@@ -14,7 +14,7 @@
 namespace os::bsp::dtcm::cold_restart {
 namespace {
 
-using support::FileDescriptor;
+using posix::FileDescriptor;
 
 constexpr const char* BootIdFile = "/proc/sys/kernel/random/boot_id";
 constexpr std::size_t BootIdLength = 36;

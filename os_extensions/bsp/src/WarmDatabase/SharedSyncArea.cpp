@@ -14,7 +14,7 @@
 namespace os::bsp::dtcm {
 namespace {
 
-using support::FileDescriptor;
+using posix::FileDescriptor;
 
 // The object has this size while its creator works on it; only its exact size marks it finished.
 constexpr off_t UnfinishedSize = SyncAreaSize + 1;

@@ -2,7 +2,6 @@
 
 #include "Log.hpp"
 #include "ProcessShared.hpp"
-#include "bsp/Bsp.h"
 #include "bsp/WarmDatabase.hpp"
 
 #include <algorithm>
@@ -125,11 +124,3 @@ WarmSlot& slotInstance() {
 }
 
 } // namespace os::bsp
-
-int Bsp_getSlotId() {
-    return os::bsp::slotInstance().get();
-}
-
-void Bsp_setSlotId(int slotId) {
-    os::bsp::slotInstance().set(slotId);
-}

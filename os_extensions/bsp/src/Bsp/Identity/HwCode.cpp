@@ -1,13 +1,36 @@
-#include "CoreLog.hpp"
 #include "HwCode.hpp"
+
+#include "CoreLog.hpp"
 #include "OnceFlag.hpp"
 #include "bsp/Bsp.h"
+#include "e2prom.h"
 
 #include <algorithm>
 #include <limits>
 
 namespace os::bsp {
 namespace {
+
+constexpr int EepromDevice = 5;
+constexpr int EepromSection = 1;
+constexpr std::size_t DefaultVariant = 14;
+
+// The platform's function may write more than the 8 bytes that are used.
+using EepromBuffer = std::array<unsigned char, 64>;
+
+constinit OnceFlag eepromRead;
+
+QorHwCode defaultHwCode() {
+    if (hwVariants.size() > DefaultVariant) {
+        return hwVariants[DefaultVariant].hwCode;
+    }
+    BSP_LOG(
+        coreLog(), 1, "No default hardware code, the hardware variant table has only ",
+        hwVariants.size(), " rows");
+    QorHwCode none{};
+    none.words.fill(-1);
+    return none;
+}
 
 // Stands in for the first row of an empty table. Its code is no EEPROM's and not the default one.
 constexpr QorHwVariant NoVariant = [] {
@@ -32,6 +55,20 @@ const QorHwVariant* firstVariant() {
 }
 
 } // namespace
+
+const QorHwCode& getHwCode() {
+    static QorHwCode code = defaultHwCode();
+    eepromRead.run([] {
+        EepromBuffer bytes{};
+        const int result = e2prom_data_read(EepromDevice, EepromSection, bytes.data());
+        if (result != 0) {
+            BSP_LOG(coreLog(), 1, "e2prom_data_read() failed. Returned ", result);
+            return;
+        }
+        std::copy_n(bytes.begin(), code.words.size(), code.words.begin());
+    });
+    return code;
+}
 
 std::int32_t variantWord(HwWord word) {
     return Bsp_getQorHwVariant()->hwCode.words[word];

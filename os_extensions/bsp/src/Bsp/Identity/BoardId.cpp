@@ -46,15 +46,3 @@ const char* getLatestBoardIdText() {
 }
 
 } // namespace os::bsp
-
-int Bsp_getBoardId() {
-    return os::bsp::getBoardId();
-}
-
-const char* Bsp_getBoardIdText() {
-    return os::bsp::getBoardIdText();
-}
-
-const char* Bsp_getLatestBoardIdText() {
-    return os::bsp::getLatestBoardIdText();
-}

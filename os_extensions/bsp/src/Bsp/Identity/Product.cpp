@@ -42,11 +42,3 @@ HwRevision getHwRevision() {
 }
 
 } // namespace os::bsp
-
-int Bsp_getProductId() {
-    return static_cast<int>(os::bsp::getProductId());
-}
-
-int Bsp_getHwRevision() {
-    return static_cast<int>(os::bsp::getHwRevision());
-}

@@ -3,7 +3,6 @@
 #include "CoreLog.hpp"
 #include "OnceFlag.hpp"
 #include "QorConfig.hpp"
-#include "bsp/Bsp.h"
 
 namespace os::bsp {
 namespace {
@@ -44,15 +43,3 @@ bool clearRadiolinkMode() {
 }
 
 } // namespace os::bsp
-
-int Bsp_getRadiolinkMode() {
-    return static_cast<int>(os::bsp::getRadiolinkMode());
-}
-
-int Bsp_setRadiolinkMode(RadiolinkMode mode) {
-    return os::bsp::setRadiolinkMode(mode) ? 0 : -1;
-}
-
-int Bsp_clearRadiolinkMode() {
-    return os::bsp::clearRadiolinkMode() ? 0 : -1;
-}

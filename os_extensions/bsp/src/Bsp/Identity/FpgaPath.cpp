@@ -1,7 +1,5 @@
 #include "bsp/FpgaPath.hpp"
 
-#include "bsp/Bsp.h"
-
 #include <cstring>
 
 namespace os::bsp {
@@ -41,7 +39,3 @@ char const* getFpgaPath(char const* key) {
 }
 
 } // namespace os::bsp
-
-const char* Bsp_getFpgaPath(const char* key) {
-    return os::bsp::getFpgaPath(key);
-}

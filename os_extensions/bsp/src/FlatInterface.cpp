@@ -1,11 +1,30 @@
-#include "DatabaseLog.hpp"
+/// The whole of Bsp.h but the table of boards, the row that answers for the unit's variant, and
+/// what is flat by nature: kernel, boot loader and clock chip.
+#include "WarmDatabase/DatabaseLog.hpp"
+#include "bsp/BoardId.hpp"
 #include "bsp/Bsp.h"
+#include "bsp/Components.hpp"
+#include "bsp/Counts.hpp"
+#include "bsp/FpgaPath.hpp"
+#include "bsp/Platform.hpp"
+#include "bsp/Product.hpp"
+#include "bsp/RadiolinkMode.hpp"
 #include "bsp/WarmDatabase.hpp"
+#include "bsp/WarmSlot.hpp"
 
 namespace {
 
 using os::bsp::dtcm::databaseLog;
 using os::bsp::dtcm::WarmDatabase;
+
+template <class Enumeration>
+int asInt(Enumeration value) {
+    return static_cast<int>(value);
+}
+
+int asResult(bool success) {
+    return success ? 0 : -1;
+}
 
 // What the operation answers; an exception is a failure, too.
 template <class Operation>
@@ -28,11 +47,79 @@ int run(const char* function, const char* blockName, void** data, Operation oper
         return -1;
     }
     return guarded(function, [&] {
-        return operation(WarmDatabase::getInstance(), std::string(blockName)) ? 0 : -1;
+        return asResult(operation(WarmDatabase::getInstance(), std::string(blockName)));
     });
 }
 
 } // namespace
+
+int Bsp_getProductId() {
+    return asInt(os::bsp::getProductId());
+}
+
+int Bsp_getHwRevision() {
+    return asInt(os::bsp::getHwRevision());
+}
+
+int Bsp_getBoardId() {
+    return os::bsp::getBoardId();
+}
+
+const char* Bsp_getBoardIdText() {
+    return os::bsp::getBoardIdText();
+}
+
+const char* Bsp_getLatestBoardIdText() {
+    return os::bsp::getLatestBoardIdText();
+}
+
+int Bsp_getPlatformType() {
+    return asInt(os::bsp::getPlatformType());
+}
+
+int Bsp_getTrafficBackplane() {
+    return asInt(os::bsp::getTrafficBackplane());
+}
+
+int Bsp_getControlBackplane() {
+    return asInt(os::bsp::getControlBackplane());
+}
+
+int Bsp_getDspType() {
+    return asInt(os::bsp::getDspType());
+}
+
+int Bsp_getTrafFpgaType() {
+    return asInt(os::bsp::getTrafFpgaType());
+}
+
+int Bsp_getSwitchType() {
+    return asInt(os::bsp::getSwitchType());
+}
+
+unsigned Bsp_getNumberOfChannels() {
+    return os::bsp::getNumberOfChannels();
+}
+
+unsigned Bsp_getNumberOfRlt() {
+    return os::bsp::getNumberOfRadiolinks();
+}
+
+int Bsp_getRadiolinkMode() {
+    return asInt(os::bsp::getRadiolinkMode());
+}
+
+int Bsp_setRadiolinkMode(RadiolinkMode mode) {
+    return asResult(os::bsp::setRadiolinkMode(mode));
+}
+
+int Bsp_clearRadiolinkMode() {
+    return asResult(os::bsp::clearRadiolinkMode());
+}
+
+const char* Bsp_getFpgaPath(const char* key) {
+    return os::bsp::getFpgaPath(key);
+}
 
 int WarmDatabase_createObject(const char* blockName, void** data, unsigned objectSize) {
     return run(__func__, blockName, data, [&](WarmDatabase& database, const std::string& name) {
@@ -77,4 +164,12 @@ int Bsp_retrieveDtcmObject(const char* blockName, void** data, unsigned objectSi
 int Bsp_getDtcmObjectData(
     const char* blockName, void** data, unsigned objectSize, void** syncObject, bool* created) {
     return WarmDatabase_getObjectData(blockName, data, objectSize, syncObject, created);
+}
+
+int Bsp_getSlotId() {
+    return os::bsp::slotInstance().get();
+}
+
+void Bsp_setSlotId(int slotId) {
+    os::bsp::slotInstance().set(slotId);
 }

@@ -1,19 +1,46 @@
-#include "bsp/Counts.hpp"
+#include "bsp/Components.hpp"
 
 #include "CodeTable.hpp"
 #include "CoreLog.hpp"
 #include "HwCode.hpp"
-#include "bsp/Bsp.h"
+#include "QorConfig.hpp"
+#include "bsp/Counts.hpp"
 #include "bsp/Product.hpp"
 
 namespace os::bsp {
 namespace {
+
+/// An FPGA, and the one in its place when the configuration store names a variant. Without a
+/// variant the store is not read.
+struct FpgaChoice {
+    TrafFpgaType standard;
+    std::string_view variant = value::Empty;
+    TrafFpgaType ofVariant = TrafFpgaType::EndOfList;
+};
+
+namespace variant = value::fpgaVariant;
 
 constexpr std::int32_t codeOf(ProductId product) {
     return static_cast<std::int32_t>(product);
 }
 
 // clang-format off
+constexpr CodeTable<DspType, 5> Dsps = {
+    {0, DspType::BCM85650},
+    {2, DspType::BCM85655},
+    {4, DspType::BCM85651},
+};
+
+constexpr CodeTable<FpgaChoice, 9> TrafficFpgas = {
+    {0, {TrafFpgaType::Pirlan,  variant::TwoTdm,             TrafFpgaType::Dunvar}},
+    {3, {TrafFpgaType::Corvel,  variant::OneTdmRleEqpNoMlhc, TrafFpgaType::Prisk}},
+    {4, {TrafFpgaType::Tormel}},
+    {5, {TrafFpgaType::Fennic,  variant::TwoTdm,             TrafFpgaType::Fennic2}},
+    {6, {TrafFpgaType::Ulvar}},
+    {7, {TrafFpgaType::Wendrel}},
+    {8, {TrafFpgaType::Gorm,    variant::TwoTdm,             TrafFpgaType::Pell}},
+};
+
 constexpr CodeTable<std::uint32_t, codeOf(ProductId::EndOfList)> Channels = {
     {codeOf(ProductId::TK5452),   1},
     {codeOf(ProductId::TK5451),   1},
@@ -45,7 +72,34 @@ constexpr CodeTable<std::uint32_t, 9> Radiolinks = {
 };
 // clang-format on
 
+bool isStored(std::string_view fpgaVariant) {
+    return QorConfig().getValue(key::FpgaVariant) == fpgaVariant;
+}
+
 } // namespace
+
+DspType getDspType() {
+    BSP_LOG_ENTER(coreLog(), "()");
+    if (const auto* const known = Dsps.find(getHwCode().words[DspWord])) {
+        return *known;
+    }
+    BSP_LOG(coreLog(), 1, "Unknown dspType: ", variantWord(DspWord));
+    return DspType::EndOfList;
+}
+
+TrafFpgaType getTrafFpgaType() {
+    const FpgaChoice* const fpga = TrafficFpgas.find(getHwCode().words[TrafficWord]);
+    if (fpga == nullptr) {
+        BSP_LOG(coreLog(), 1, "Not supported traffic FPGA: ", variantWord(TrafficWord));
+        return TrafFpgaType::EndOfList;
+    }
+    return !fpga->variant.empty() && isStored(fpga->variant) ? fpga->ofVariant : fpga->standard;
+}
+
+SwitchType getSwitchType() {
+    BSP_LOG_ENTER(coreLog(), "()");
+    return SwitchType::None;
+}
 
 std::uint32_t getNumberOfChannels() {
     BSP_LOG_ENTER(coreLog(), "()");
@@ -69,11 +123,3 @@ std::uint32_t getNumberOfRadiolinks() {
 }
 
 } // namespace os::bsp
-
-unsigned Bsp_getNumberOfChannels() {
-    return os::bsp::getNumberOfChannels();
-}
-
-unsigned Bsp_getNumberOfRlt() {
-    return os::bsp::getNumberOfRadiolinks();
-}

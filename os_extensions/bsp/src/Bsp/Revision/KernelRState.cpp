@@ -12,8 +12,8 @@
 namespace {
 
 using os::bsp::coreLog;
-using support::FileDescriptor;
-using support::Stream;
+using posix::FileDescriptor;
+using posix::Stream;
 
 constexpr std::size_t RStateSize = 8;
 constexpr const char* TemporaryFile = "/dev/shm/zImage_tmp";

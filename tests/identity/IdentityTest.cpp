@@ -1,5 +1,5 @@
-#include "BoardIdLookup.hpp"
 #include "HwVariant.hpp"
+#include "Identity/BoardIdLookup.hpp"
 #include "Process.hpp"
 #include "QorConfig.hpp"
 #include "TolvTrace.h"

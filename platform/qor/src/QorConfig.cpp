@@ -14,7 +14,7 @@
 namespace os::bsp {
 namespace {
 
-using support::FileDescriptor;
+using posix::FileDescriptor;
 
 // One writer at a time holds the folder's lock, so one name is enough, and what a killed writer
 // left under it is overwritten by the next. No key begins with a dot.

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <memory>
 
-namespace support {
+namespace posix {
 
 struct StreamCloser {
     void operator()(std::FILE* stream) const noexcept { std::fclose(stream); }
@@ -12,4 +12,4 @@ struct StreamCloser {
 /// Owns a C stream, which is closed with its owner.
 using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 
-} // namespace support
+} // namespace posix

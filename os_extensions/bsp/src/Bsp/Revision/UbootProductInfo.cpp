@@ -14,7 +14,7 @@
 namespace {
 
 using os::bsp::coreLog;
-using support::FileDescriptor;
+using posix::FileDescriptor;
 
 struct Free {
     void operator()(char* memory) const noexcept { std::free(memory); }

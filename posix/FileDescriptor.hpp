@@ -6,7 +6,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace support {
+namespace posix {
 
 /// Owns one descriptor; negative when there is none.
 class FileDescriptor {
@@ -42,4 +42,4 @@ private:
     int m_fd;
 };
 
-} // namespace support
+} // namespace posix

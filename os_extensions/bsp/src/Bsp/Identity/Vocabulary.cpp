@@ -1,5 +1,5 @@
-#include "CoreLog.hpp"
 #include "bsp/Vocabulary.hpp"
+#include "CoreLog.hpp"
 
 namespace os::bsp {
 namespace {

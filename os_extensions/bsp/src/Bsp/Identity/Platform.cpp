@@ -3,7 +3,6 @@
 #include "CodeTable.hpp"
 #include "CoreLog.hpp"
 #include "HwCode.hpp"
-#include "bsp/Bsp.h"
 
 namespace os::bsp {
 namespace {
@@ -58,15 +57,3 @@ ControlBackplaneType getControlBackplane() {
 }
 
 } // namespace os::bsp
-
-int Bsp_getPlatformType() {
-    return static_cast<int>(os::bsp::getPlatformType());
-}
-
-int Bsp_getTrafficBackplane() {
-    return static_cast<int>(os::bsp::getTrafficBackplane());
-}
-
-int Bsp_getControlBackplane() {
-    return static_cast<int>(os::bsp::getControlBackplane());
-}

@@ -1,6 +1,6 @@
 #include "HwVariant.hpp"
 
-#include "HwCode.hpp"
+#include "Identity/HwCode.hpp"
 #include "Process.hpp"
 #include "Unit.hpp"
 #include "bsp/Bsp.h"

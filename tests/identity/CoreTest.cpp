@@ -1,6 +1,6 @@
 #include "CoreLog.hpp"
 #include "Process.hpp"
-#include "ReadHelper.hpp"
+#include "Revision/ReadHelper.hpp"
 
 #include <gtest/gtest.h>
 

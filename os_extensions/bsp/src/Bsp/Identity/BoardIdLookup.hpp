@@ -1,20 +1,23 @@
-#include "BoardIdLookup.hpp"
+#pragma once
+
+#include "bsp/Bsp.h"
 
 #include <cstdint>
+#include <span>
 
 namespace os::bsp {
-namespace {
 
-constexpr const char* UnknownBoardRevision = "Unknown board revision";
+using BoardIdMap = std::span<const Bsp_BoardIdRow>;
 
-} // namespace
+inline constexpr const char* UnknownBoardRevision = "Unknown board revision";
 
-int makeBoardId(int product, int revision) {
+constexpr int makeBoardId(int product, int revision) {
     const auto upper = static_cast<std::uint32_t>(product) << 16;
     return static_cast<int>(upper | static_cast<std::uint32_t>(revision));
 }
 
-const char* findBoardIdText(BoardIdMap map, int boardId) {
+/// The text of the first row with this board id, or "Unknown board revision".
+constexpr const char* findBoardIdText(BoardIdMap map, int boardId) {
     for (const Bsp_BoardIdRow& row : map) {
         if (row.boardId == boardId) {
             return row.text;
@@ -23,7 +26,8 @@ const char* findBoardIdText(BoardIdMap map, int boardId) {
     return UnknownBoardRevision;
 }
 
-const char* findLatestBoardIdText(BoardIdMap map, int product) {
+/// The text of the row with the greatest board id of this product, or "Unknown board revision".
+constexpr const char* findLatestBoardIdText(BoardIdMap map, int product) {
     const char* text = UnknownBoardRevision;
     int best = -1;
     for (const Bsp_BoardIdRow& row : map) {
