@@ -37,11 +37,29 @@ Place scan(WarmArea& area, const NameField& name) {
     return {MaxNumberOfBlocks, false};
 }
 
-std::mutex* findSyncObject(std::byte* syncArea, const std::string& name, std::size_t index) {
+// The functions that people know make up getObjectData(), too: it reports in their names.
+
+void reportRetrieved(const std::string& name, const Place& place, unsigned objectSize) {
+    BSP_LOG_AT(
+        databaseLog(), 5, __LINE__, "retrieveObject", "Retrieved object ", name, " from block ",
+        place.number(), ". Size of object is ", objectSize);
+}
+
+void reportCreated(const std::string& name, const Place& place, unsigned objectSize) {
+    if (!place.exists()) {
+        BSP_LOG_AT(databaseLog(), 1, __LINE__, "createObject", "Error: DTCM is out of space.");
+        return;
+    }
+    BSP_LOG_AT(
+        databaseLog(), 5, __LINE__, "createObject", "Created object ", name, " in block ",
+        place.number(), ". Size of object is ", objectSize);
+}
+
+std::mutex* syncObjectOf(std::byte* syncArea, const std::string& name, const Place& place) {
     BSP_LOG_AT(
         databaseLog(), 5, __LINE__, "getObjectSyncPointer", "Sync object for ", name,
-        " found for block ", index + 1);
-    return reinterpret_cast<std::mutex*>(syncArea) + index;
+        " found for block ", place.number());
+    return reinterpret_cast<std::mutex*>(syncArea) + place.index;
 }
 
 } // namespace
@@ -77,28 +95,24 @@ bool WarmDatabase::createObject(
         return false;
     }
     WarmArea& area = warmArea(m_mappedMemory);
+    const NameField name(blockName);
     Place place{};
     {
         const SemLockGuard guard(lockDatabase ? m_databaseSemaphore : nullptr);
-        place = scan(area, NameField(blockName));
-        if (place.found) {
-            BSP_LOG(
-                databaseLog(), 2, "Warning: object for block ", blockName,
-                "has been requested to be created, but it was already present in warm area");
-        }
+        place = scan(area, name);
         if (place.exists()) {
             area.blocks[place.index].become(blockName);
         }
     }
-    if (!place.exists()) {
-        BSP_LOG(databaseLog(), 1, "Error: DTCM is out of space.");
-        return false;
+    if (place.found) {
+        // Nothing stands between the name and "has": that is how the record is known.
+        BSP_LOG(
+            databaseLog(), 2, "Warning: object for block ", blockName,
+            "has been requested to be created, but it was already present in warm area");
     }
-    BSP_LOG(
-        databaseLog(), 5, "Created object ", blockName, " in block ", place.number(),
-        ". Size of object is ", objectSize);
-    *data = area.blocks[place.index].data;
-    return true;
+    reportCreated(blockName, place, objectSize);
+    *data = place.exists() ? area.blocks[place.index].data : nullptr;
+    return place.exists();
 }
 
 bool WarmDatabase::retrieveObject(
@@ -109,14 +123,15 @@ bool WarmDatabase::retrieveObject(
     }
     WarmArea& area = warmArea(m_mappedMemory);
     const NameField name(blockName);
-    const SemLockGuard guard(lockDatabase ? m_databaseSemaphore : nullptr);
-    const Place place = scan(area, name);
+    Place place{};
+    {
+        const SemLockGuard guard(lockDatabase ? m_databaseSemaphore : nullptr);
+        place = scan(area, name);
+    }
     if (!place.found) {
         return false;
     }
-    BSP_LOG(
-        databaseLog(), 5, "Retrieved object ", blockName, " from block ", place.number(),
-        ". Size of object is ", objectSize);
+    reportRetrieved(blockName, place, objectSize);
     *data = area.blocks[place.index].data;
     return true;
 }
@@ -126,23 +141,41 @@ std::mutex* WarmDatabase::getObjectSyncPointer(const std::string& blockName) {
         return nullptr;
     }
     const Place place = scan(warmArea(m_mappedMemory), NameField(blockName));
-    return place.found ? findSyncObject(m_blockSync, blockName, place.index) : nullptr;
+    return place.found ? syncObjectOf(m_blockSync, blockName, place) : nullptr;
 }
 
 bool WarmDatabase::getObjectData(
     const std::string& blockName, void** data, unsigned objectSize, std::mutex** syncObject,
     bool& created) {
-    const SemLockGuard guard(m_databaseSemaphore);
-    const bool retrieved = retrieveObject(blockName, data, objectSize, false);
-    created = !retrieved && createObject(blockName, data, objectSize, false);
+    *data = nullptr;
     *syncObject = nullptr;
-    if (*data != nullptr) {
-        // The data tell the block, so it need not be looked for again.
-        const auto offset = static_cast<std::byte*>(*data) - m_mappedMemory;
-        *syncObject =
-            findSyncObject(m_blockSync, blockName, static_cast<std::size_t>(offset) / BlockSize);
+    created = false;
+    if (!validateObject(blockName, objectSize)) {
+        // The search has refused it; so does the creation, with the same message.
+        return validateObject(blockName, objectSize);
     }
-    return *data != nullptr;
+    WarmArea& area = warmArea(m_mappedMemory);
+    const NameField name(blockName);
+    Place place{};
+    {
+        const SemLockGuard guard(m_databaseSemaphore);
+        place = scan(area, name);
+        if (!place.found && place.exists()) {
+            area.blocks[place.index].become(blockName);
+        }
+    }
+    if (place.found) {
+        reportRetrieved(blockName, place, objectSize);
+    } else {
+        reportCreated(blockName, place, objectSize);
+    }
+    if (!place.exists()) {
+        return false;
+    }
+    created = !place.found;
+    *data = area.blocks[place.index].data;
+    *syncObject = syncObjectOf(m_blockSync, blockName, place);
+    return true;
 }
 
 } // namespace os::bsp::dtcm

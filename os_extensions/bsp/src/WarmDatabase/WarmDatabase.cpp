@@ -1,6 +1,7 @@
 #include "ColdRestart.hpp"
 #include "DDevIo.h"
 #include "DatabaseLog.hpp"
+#include "InitError.hpp"
 #include "Layout.hpp"
 #include "PrivateMemory.hpp"
 #include "SharedSyncArea.hpp"
@@ -18,9 +19,9 @@
 namespace os::bsp::dtcm {
 namespace {
 
-constexpr const char* InitError = "Error during initialization of warm area";
-
 [[maybe_unused]] const LogModule& logAtStartup = databaseLog();
+
+// These two belong to the instance; they stand here because the class is part of the interface.
 
 // A process that is forked later has a copy of the instance, but has made nothing.
 pid_t maker = 0;
@@ -86,10 +87,8 @@ WarmDatabase::WarmDatabase() {
             clearDatabaseIfColdRestart();
         }
         initBlockSynchronization();
-    } catch (const std::exception& exception) {
-        BSP_LOG(databaseLog(), 1, InitError, ": Caught exception [", exception.what(), "].");
     } catch (...) {
-        BSP_LOG(databaseLog(), 1, InitError, ": Caught unknown exception");
+        reportCaught(databaseLog(), __func__);
     }
     if (m_mappedMemory == nullptr) {
         m_mappedMemory = private_memory::makeWarmArea();

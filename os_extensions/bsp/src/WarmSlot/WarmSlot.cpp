@@ -2,6 +2,7 @@
 
 #include "Log.hpp"
 #include "ProcessShared.hpp"
+#include "WarmDatabase/InitError.hpp"
 #include "bsp/WarmDatabase.hpp"
 
 #include <algorithm>
@@ -14,7 +15,6 @@ namespace os::bsp {
 namespace {
 
 constexpr const char* ObjectName = "SLOT";
-constexpr const char* InitError = "Error during initialization of warm area";
 constexpr int NotSet = -1;
 
 LogModule& slotLog() {
@@ -93,10 +93,8 @@ WarmSlot::WarmSlot() {
         } else {
             BSP_LOG(slotLog(), 5, "The slotId from WARM reset is: ", m_slotObject->slotId);
         }
-    } catch (const std::exception& exception) {
-        BSP_LOG(slotLog(), 1, InitError, ": Caught exception [", exception.what(), "].");
     } catch (...) {
-        BSP_LOG(slotLog(), 1, InitError, ": Caught unknown exception");
+        dtcm::reportCaught(slotLog(), __func__);
     }
 }
 
