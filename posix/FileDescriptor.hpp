@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cerrno>
 #include <utility>
 
 #include <fcntl.h>
@@ -8,12 +7,10 @@
 
 namespace posix {
 
-/// Owns one descriptor; negative when there is none.
+/// Owns one descriptor, or none.
 class FileDescriptor {
 public:
-    /// In the place of a closed standard stream a descriptor would get what others write there:
-    /// there it is moved away, and where that fails, closed, with errno set.
-    explicit FileDescriptor(int fd) noexcept : m_fd(clearOfStandardStreams(fd)) {}
+    FileDescriptor() noexcept = default;
     FileDescriptor(FileDescriptor&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
     FileDescriptor& operator=(FileDescriptor&&) = delete;
     ~FileDescriptor() {
@@ -22,24 +19,25 @@ public:
         }
     }
 
+    /// Takes over what a call has just opened; a negative `fd` is none. In the place of a closed
+    /// standard stream it would get what others write there: it is moved away from there, and
+    /// where that fails, closed, with errno set.
+    static FileDescriptor own(int fd) noexcept {
+        FileDescriptor opened(fd);
+        const bool isStandardStream = fd >= 0 && fd <= STDERR_FILENO;
+        return isStandardStream ? FileDescriptor(fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
+                                : std::move(opened);
+    }
+
     explicit operator bool() const noexcept { return m_fd >= 0; }
     int get() const noexcept { return m_fd; }
     /// The descriptor, which is no longer owned.
     int release() noexcept { return std::exchange(m_fd, -1); }
 
 private:
-    static int clearOfStandardStreams(int fd) noexcept {
-        if (fd < 0 || fd > STDERR_FILENO) {
-            return fd;
-        }
-        const int moved = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-        const int error = errno;
-        close(fd);
-        errno = error;
-        return moved;
-    }
+    explicit FileDescriptor(int fd) noexcept : m_fd(fd) {}
 
-    int m_fd;
+    int m_fd = -1;
 };
 
 } // namespace posix

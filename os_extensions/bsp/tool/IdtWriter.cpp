@@ -97,7 +97,8 @@ enum class Result { Programmed, NothingToDo, Failed };
 
 // Tells why it fails or has nothing to do; all it opened is closed when it returns.
 Result configure(const char* board) {
-    const posix::FileDescriptor device(open(DeviceName, O_RDWR | O_CLOEXEC));
+    const posix::FileDescriptor device =
+        posix::FileDescriptor::own(open(DeviceName, O_RDWR | O_CLOEXEC));
     if (!device) {
         std::printf("ERROR: %s(): %s could not be opened\n", WriterName, DeviceName);
         return Result::Failed;

@@ -24,7 +24,7 @@ bool extendToMemorySize(int fd) {
 } // namespace
 
 int DDevIo_open(const char* name) {
-    posix::FileDescriptor device(
+    posix::FileDescriptor device = posix::FileDescriptor::own(
         open(platform::path(std::string("dev/") + name).c_str(), O_RDWR | O_CLOEXEC));
     if (!device || !extendToMemorySize(device.get())) {
         return -errno;

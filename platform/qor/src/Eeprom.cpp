@@ -20,7 +20,7 @@ std::string sectionPath(int device, int section) {
 } // namespace
 
 int e2prom_data_read(int device, int section, unsigned char* buffer) {
-    const posix::FileDescriptor file(
+    const posix::FileDescriptor file = posix::FileDescriptor::own(
         open(sectionPath(device, section).c_str(), O_RDONLY | O_CLOEXEC));
     if (!file) {
         return errno;

@@ -1,6 +1,7 @@
 #include "QorConfig.hpp"
 
 #include "FileDescriptor.hpp"
+#include "FileLock.hpp"
 #include "PlatformRoot.hpp"
 
 #include <cerrno>
@@ -8,13 +9,13 @@
 #include <system_error>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 namespace os::bsp {
 namespace {
 
 using posix::FileDescriptor;
+using posix::FileLock;
 
 // One writer at a time holds the folder's lock, so one name is enough, and what a killed writer
 // left under it is overwritten by the next. No key begins with a dot.
@@ -25,17 +26,8 @@ bool isFileName(std::string_view key) {
 }
 
 FileDescriptor openFolder() {
-    return FileDescriptor(
+    return FileDescriptor::own(
         open(platform::path("var/lib/qor/config").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-}
-
-bool lockFolder(const FileDescriptor& folder) {
-    while (flock(folder.get(), LOCK_EX) == -1) {
-        if (errno != EINTR) {
-            return false;
-        }
-    }
-    return true;
 }
 
 bool writeWhole(const FileDescriptor& file, std::string_view text) {
@@ -50,7 +42,7 @@ bool writeWhole(const FileDescriptor& file, std::string_view text) {
 }
 
 bool writeNewValue(const FileDescriptor& folder, std::string_view value) {
-    const FileDescriptor file(openat(
+    const FileDescriptor file = FileDescriptor::own(openat(
         folder.get(), NewValueName, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644));
     return file && writeWhole(file, value) && fsync(file.get()) == 0;
 }
@@ -66,7 +58,7 @@ std::string QorConfig::getValue(std::string_view key) const {
         errno = EINVAL;
         throwUnreadable(key);
     }
-    const FileDescriptor file(open(
+    const FileDescriptor file = FileDescriptor::own(open(
         platform::path("var/lib/qor/config/" + std::string(key)).c_str(), O_RDONLY | O_CLOEXEC));
     if (!file && errno == ENOENT) {
         return std::string(value::Empty);
@@ -87,7 +79,8 @@ std::string QorConfig::getValue(std::string_view key) const {
 
 bool QorConfig::setValue(std::string_view key, std::string_view value) {
     const FileDescriptor folder = openFolder();
-    if (!isFileName(key) || !folder || !lockFolder(folder)) {
+    const FileLock lock(folder.get());
+    if (!isFileName(key) || !lock) {
         return false;
     }
     if (!writeNewValue(folder, value) ||
@@ -106,7 +99,8 @@ bool QorConfig::clearValue(std::string_view key) {
     if (!folder) {
         return errno == ENOENT;
     }
-    if (!lockFolder(folder)) {
+    const FileLock lock(folder.get());
+    if (!lock) {
         return false;
     }
     const std::string name(key);

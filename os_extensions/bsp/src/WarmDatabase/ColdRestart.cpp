@@ -28,14 +28,14 @@ std::string readBootId(const FileDescriptor& file) {
 }
 
 std::string currentBootId() {
-    return readBootId(FileDescriptor(open(BootIdFile, O_RDONLY | O_CLOEXEC)));
+    return readBootId(FileDescriptor::own(open(BootIdFile, O_RDONLY | O_CLOEXEC)));
 }
 
 } // namespace
 
 bool isHandled() {
     const std::string marked =
-        readBootId(FileDescriptor(shm_open(ColdRestartDoneName, O_RDONLY, 0)));
+        readBootId(FileDescriptor::own(shm_open(ColdRestartDoneName, O_RDONLY, 0)));
     return !marked.empty() && marked == currentBootId();
 }
 
@@ -45,7 +45,8 @@ void markHandled() {
         BSP_LOG(databaseLog(), 2, "could not read ", BootIdFile);
         return;
     }
-    const FileDescriptor marker(shm_open(ColdRestartDoneName, O_CREAT | O_WRONLY | O_TRUNC, 0644));
+    const FileDescriptor marker =
+        FileDescriptor::own(shm_open(ColdRestartDoneName, O_CREAT | O_WRONLY | O_TRUNC, 0644));
     // Whoever creates the lock next must be able to read it, whatever this process's umask.
     if (!marker || fchmod(marker.get(), 0644) == -1 ||
         write(marker.get(), bootId.data(), bootId.size()) == -1) {

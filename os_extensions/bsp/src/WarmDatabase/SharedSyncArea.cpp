@@ -20,9 +20,9 @@ using posix::FileDescriptor;
 constexpr off_t UnfinishedSize = SyncAreaSize + 1;
 
 FileDescriptor openObject() {
-    FileDescriptor object(shm_open(SyncAreaName, O_RDWR, 0));
+    FileDescriptor object = FileDescriptor::own(shm_open(SyncAreaName, O_RDWR, 0));
     return object ? std::move(object)
-                  : FileDescriptor(shm_open(SyncAreaName, O_CREAT | O_RDWR, 0666));
+                  : FileDescriptor::own(shm_open(SyncAreaName, O_CREAT | O_RDWR, 0666));
 }
 
 bool lockObject(int object) {

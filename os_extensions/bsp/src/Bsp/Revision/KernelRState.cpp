@@ -26,13 +26,13 @@ FileDescriptor createTemporaryFile() {
         if (unlink(TemporaryFile) == -1 && errno != ENOENT) {
             break;
         }
-        FileDescriptor file(
+        FileDescriptor file = FileDescriptor::own(
             open(TemporaryFile, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
         if (file || errno != EEXIST) {
             return file;
         }
     }
-    return FileDescriptor(-1);
+    return FileDescriptor();
 }
 
 // The name is removed at once, so that a process that is killed leaves nothing behind and calls
@@ -70,7 +70,7 @@ int Bsp_getKernelRState(const char* fileName, char* buffer, size_t size) {
         BSP_LOG(coreLog(), 1, "Undefined buffer");
         return -1;
     }
-    const FileDescriptor image(open(fileName, O_RDONLY | O_CLOEXEC));
+    const FileDescriptor image = FileDescriptor::own(open(fileName, O_RDONLY | O_CLOEXEC));
     if (!image) {
         BSP_LOG(coreLog(), 1, "Could not open file: ", fileName);
         return -1;

@@ -125,7 +125,7 @@ int Bsp_getUbootProductInfo(
     if (!isUsable(product) || !isUsable(revision)) {
         return -1;
     }
-    const FileDescriptor device(open(deviceName, O_RDONLY | O_CLOEXEC));
+    const FileDescriptor device = FileDescriptor::own(open(deviceName, O_RDONLY | O_CLOEXEC));
     if (!device) {
         UBOOT_LOG(
             1, "Failed to open u-boot device with name ", deviceName,
