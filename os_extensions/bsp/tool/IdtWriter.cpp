@@ -1,6 +1,8 @@
+// Idt_writeConfig(), which bsp/Bsp.h declares.
 #include "ClockChip.hpp"
 #include "ClockConfig.hpp"
 #include "FileDescriptor.hpp"
+#include "Memory.hpp"
 #include "Stream.hpp"
 #include "bsp/Bsp.h"
 
@@ -8,7 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string_view>
 
 #include <fcntl.h>
@@ -20,11 +21,6 @@ constexpr const char* PathFormat = "/etc/idt_%s.conf";
 constexpr const char* WriterName = "Idt_writeConfig";
 constexpr const char* InitName = "Idt_init";
 constexpr std::string_view UnknownBoard = "Unknown board revision";
-
-struct Free {
-    void operator()(char* memory) const noexcept { std::free(memory); }
-};
-using PathText = std::unique_ptr<char, Free>;
 
 const char* findBoardText() {
     const char* const text = Bsp_getBoardIdText();
@@ -40,23 +36,24 @@ const char* findBoardText() {
     return latest;
 }
 
-PathText failPath(const char* reason) {
-    std::printf("ERROR: %s(): Failed to %s idt config file path\n", WriterName, reason);
-    return nullptr;
-}
-
-PathText makePath(const char* board) {
+posix::Malloced<char> makePath(const char* board) {
     const int length = std::snprintf(nullptr, 0, PathFormat, board);
     if (length < 0) {
-        return failPath("calculate string length for");
+        std::printf(
+            "ERROR: %s(): Failed to calculate string length for idt config file path\n",
+            WriterName);
+        return nullptr;
     }
     const std::size_t size = static_cast<std::size_t>(length) + 1;
-    PathText path(static_cast<char*>(std::malloc(size)));
+    posix::Malloced<char> path(static_cast<char*>(std::malloc(size)));
     if (path == nullptr) {
-        return failPath("allocate memory for");
+        std::printf(
+            "ERROR: %s(): Failed to allocate memory for idt config file path\n", WriterName);
+        return nullptr;
     }
     if (std::snprintf(path.get(), size, PathFormat, board) != length) {
-        return failPath("create string with");
+        std::printf("ERROR: %s(): Failed to create string with idt config file path\n", WriterName);
+        return nullptr;
     }
     return path;
 }
@@ -103,7 +100,7 @@ Result configure(const char* board) {
         std::printf("ERROR: %s(): %s could not be opened\n", WriterName, DeviceName);
         return Result::Failed;
     }
-    const PathText path = makePath(board);
+    const posix::Malloced<char> path = makePath(board);
     if (path == nullptr) {
         return Result::Failed;
     }
