@@ -1,3 +1,4 @@
+// What DDevIo.hpp declares; a library of its own holds what DDevIo.h does.
 #include "DDevIo.hpp"
 
 #include "FileDescriptor.hpp"

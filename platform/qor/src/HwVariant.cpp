@@ -1,20 +1,36 @@
 #include "HwVariant.hpp"
 
+#include "File.hpp"
 #include "PlatformRoot.hpp"
-#include "VariantFile.hpp"
+#include "VariantText.hpp"
+
+#include <cstdio>
+#include <cstring>
 
 namespace os::bsp {
 namespace {
 
-constexpr QorHwVariant BuiltInVariants[] = {
+constexpr const char* BuiltInVariants =
 #include "BuiltInVariants.inc"
-};
+    ;
+
+void complain(const std::string& where, const char* reason) {
+    std::fprintf(
+        stderr, "%s: %s; the built-in hardware variants are used\n", where.c_str(), reason);
+}
 
 std::vector<QorHwVariant> loadVariants() {
-    if (auto rows = readVariantFile(platform::path("etc/qor/hw_variants"))) {
-        return *std::move(rows);
+    const std::string path = platform::path("etc/qor/hw_variants");
+    if (const auto text = posix::readFile(path)) {
+        Variants variants = parseVariants(*text);
+        if (variants.malformedLine == 0) {
+            return std::move(variants.rows);
+        }
+        complain(path + ":" + std::to_string(variants.malformedLine), "not a row of 16 integers");
+    } else if (errno != ENOENT) {
+        complain(path, std::strerror(errno));
     }
-    return {std::begin(BuiltInVariants), std::end(BuiltInVariants)};
+    return parseVariants(BuiltInVariants).rows;
 }
 
 } // namespace

@@ -1,11 +1,10 @@
 #include "QorConfig.hpp"
 
-#include "FileDescriptor.hpp"
+#include "File.hpp"
 #include "FileLock.hpp"
 #include "PlatformRoot.hpp"
 
 #include <cerrno>
-#include <cstdio>
 #include <system_error>
 
 #include <fcntl.h>
@@ -58,23 +57,11 @@ std::string QorConfig::getValue(std::string_view key) const {
         errno = EINVAL;
         throwUnreadable(key);
     }
-    const FileDescriptor file = FileDescriptor::own(open(
-        platform::path("var/lib/qor/config/" + std::string(key)).c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file && errno == ENOENT) {
-        return std::string(value::Empty);
+    auto text = posix::readFile(platform::path("var/lib/qor/config/" + std::string(key)));
+    if (!text && errno != ENOENT) {
+        throwUnreadable(key);
     }
-    std::string text;
-    char chunk[256];
-    while (true) {
-        const ssize_t count = file ? read(file.get(), chunk, sizeof chunk) : -1;
-        if (count == -1 && !(file && errno == EINTR)) {
-            throwUnreadable(key);
-        }
-        if (count == 0) {
-            return text;
-        }
-        text.append(chunk, count > 0 ? static_cast<std::size_t>(count) : 0);
-    }
+    return text ? *std::move(text) : std::string(value::Empty);
 }
 
 bool QorConfig::setValue(std::string_view key, std::string_view value) {

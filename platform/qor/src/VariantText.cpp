@@ -1,17 +1,15 @@
-#include "VariantFile.hpp"
+#include "VariantText.hpp"
 
-#include <cerrno>
+#include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <string_view>
+#include <optional>
 
 namespace {
 
 using os::bsp::QorHwVariant;
 
-constexpr std::string_view Blanks = " \t\r";
+constexpr std::string_view Blanks = " \t\r\n";
 constexpr std::size_t WordsInRow = 16;
 
 using Words = std::vector<std::int32_t>;
@@ -53,35 +51,21 @@ QorHwVariant makeRow(const Words& words) {
     return row;
 }
 
-void complain(const std::string& path, unsigned line, const char* reason) {
-    std::fprintf(
-        stderr, "%s:%u: %s; the built-in hardware variants are used\n", path.c_str(), line, reason);
-}
-
 } // namespace
 
-std::optional<std::vector<QorHwVariant>> readVariantFile(const std::string& path) {
-    errno = 0;
-    std::ifstream file(path);
-    if (!file && errno == ENOENT) {
-        return std::nullopt;
-    }
-    std::vector<QorHwVariant> rows;
-    unsigned number = 0;
-    for (std::string line; std::getline(file, line);) {
-        ++number;
-        const auto words = readWords(line);
+Variants parseVariants(std::string_view text) {
+    Variants variants;
+    for (unsigned number = 1; !text.empty(); ++number) {
+        const auto end = std::min(text.find('\n'), text.size() - 1);
+        const auto words = readWords(text.substr(0, end + 1));
         if (!words || (!words->empty() && words->size() != WordsInRow)) {
-            complain(path, number, "not a row of 16 integers");
-            return std::nullopt;
+            variants.malformedLine = number;
+            break;
         }
         if (!words->empty()) {
-            rows.push_back(makeRow(*words));
+            variants.rows.push_back(makeRow(*words));
         }
+        text.remove_prefix(end + 1);
     }
-    if (!file.eof()) {
-        complain(path, number, std::strerror(errno));
-        return std::nullopt;
-    }
-    return rows;
+    return variants;
 }

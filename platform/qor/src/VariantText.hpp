@@ -2,10 +2,14 @@
 
 #include "HwVariant.hpp"
 
-#include <optional>
-#include <string>
+#include <string_view>
 #include <vector>
 
-/// The rows of a variant file, empty where it has none. Nothing when there is no such file, or when
-/// it is malformed or unreadable; the latter is told in one line on standard error.
-std::optional<std::vector<os::bsp::QorHwVariant>> readVariantFile(const std::string& path);
+struct Variants {
+    std::vector<os::bsp::QorHwVariant> rows;
+    unsigned malformedLine = 0; // counted from 1; 0 when every line is well-formed
+};
+
+/// The rows of a variant file's text: one row a line, 16 integers (decimal or 0x...); a # begins a
+/// remark. Ends at the first malformed line.
+Variants parseVariants(std::string_view text);

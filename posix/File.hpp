@@ -1,0 +1,31 @@
+#pragma once
+
+#include "FileDescriptor.hpp"
+
+#include <cerrno>
+#include <optional>
+#include <string>
+
+namespace posix {
+
+/// What a file holds; nothing, with errno set, when it cannot be read, or is over a mebibyte long:
+/// it may have no end.
+inline std::optional<std::string> readFile(const std::string& path) {
+    const FileDescriptor file = FileDescriptor::own(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::string content;
+    char chunk[4096];
+    while (file && content.size() <= 1U << 20) {
+        const ssize_t count = read(file.get(), chunk, sizeof chunk);
+        if (count == 0) {
+            return content;
+        }
+        if (count == -1 && errno != EINTR) {
+            return std::nullopt;
+        }
+        content.append(chunk, count > 0 ? static_cast<std::size_t>(count) : 0);
+    }
+    errno = file ? EFBIG : errno;
+    return std::nullopt;
+}
+
+} // namespace posix
