@@ -1,39 +1,24 @@
-#include "TolvTrace.hpp"
-
-#include "Process.hpp"
+#include "PthreadMutex.hpp"
 
 #include <gtest/gtest.h>
 
+#include <regex>
+
+#include <unistd.h>
+
+// The lock is misused on purpose.
+extern "C" __attribute__((visibility("default"))) const char*
+__tsan_default_options() { // NOLINT(bugprone-reserved-identifier)
+    return "report_mutex_bugs=0";
+}
+
 namespace {
 
-using namespace test;
+using namespace DDevIo;
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
 
 constexpr TolvTraceHeader Header = {"dir/file", 12, "function"};
-
-struct Start {
-    const char* levels;
-    const char* enabled; // the first and the second trace at levels 1 to 7
-    const char* complaint;
-};
-
-constexpr Start Starts[] = {
-    {"", "11 11 11 00 00 00 00 ", ""},
-    {"probe.first=5", "11 11 11 10 10 00 00 ", ""},
-    {"*=1,probe.second=7", "11 01 01 01 01 01 01 ", ""},
-    {"probe.first=0,probe.second=x", "01 01 01 00 00 00 00 ", "\"probe.second=x\""},
-    {"=4,*", "11 11 11 00 00 00 00 ", "\"=4\""},
-};
-
-TEST(Trace, EnvironmentSetsStartLevels) {
-    for (const Start& start : Starts) {
-        const auto outcome =
-            runProgram({PLATFORM_PROBE}, {std::string("TOLVTRACE_LEVELS=") + start.levels});
-        EXPECT_EQ(countLines(outcome.out, start.enabled), 1) << start.levels << outcome.out;
-        EXPECT_NE(outcome.err.find(start.complaint), std::string::npos) << outcome.err;
-    }
-}
 
 TEST(Trace, RecordIsOneLine) {
     TolvTrace trace("name", TolvTraceLevel{3});
@@ -50,6 +35,32 @@ TEST(Trace, RecordIsOneLine) {
     EXPECT_EQ(
         GetCapturedStderr(), "[name] 1 dir/file:12 function: inner\\x0a5\n"
                              "[name] 2 dir/file:12 function: two\\x0alines\\x7f!\n");
+}
+
+void misuse() {
+    PthreadMutex mutex(PthreadMutexType::ErrorChecking);
+    EXPECT_TRUE(!mutex.unlock() && mutex.lock() && !mutex.lock() && mutex.unlock());
+    PthreadMutex recursive(PthreadMutexType::Recursive);
+    EXPECT_TRUE(recursive.lock() && recursive.lock() && recursive.unlock() && recursive.unlock());
+}
+
+TEST(PthreadMutex, TellsFailuresAndLeavesErrnoAlone) {
+    CaptureStderr();
+    for (const auto& [name, level] :
+         {std::pair{"*", 0}, {"DDevIo.PthreadMutex", 5}, {"DDevIo", 0}}) {
+        TolvTrace_setLevel(name, level);
+        misuse();
+    }
+    const std::string records = "[DDevIo.PthreadMutex] 1 include/PthreadMutex:unlock: unlock(): "
+                                "pthread_mutex_unlock() failed with error 1.\n"
+                                "[DDevIo.PthreadMutex] 1 include/PthreadMutex:lock: lock(): "
+                                "pthread_mutex_lock() failed with error 35.\n";
+    EXPECT_EQ(
+        std::regex_replace(GetCapturedStderr(), std::regex(":\\d+ "), ":"), records + records);
+    close(STDERR_FILENO); // so that no message can be written
+    errno = ENOENT;
+    misuse();
+    EXPECT_EQ(errno, ENOENT);
 }
 
 } // namespace

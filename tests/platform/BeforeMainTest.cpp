@@ -1,0 +1,63 @@
+#include "Process.hpp"
+#include "Unit.hpp"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+
+namespace {
+
+using namespace test;
+
+const auto File = unit::Root / "etc/qor/hw_variants";
+const std::string Row = "1 0 0 0 0 0 0 2  16 0 0 0 0 0 0 ";
+const std::string OtherRow = "1 0 0 0 0 0 0 3  16 0 0 0 0 0 0 ";
+const std::string BuiltIn = "; the built-in hardware variants are used\n";
+const std::string Malformed = ": not a row of 16 integers" + BuiltIn;
+const std::string Ignored = "\" is not <trace>=<level>, ignored\n";
+const std::string Record = "[DDevIo.PthreadMutex] 7 include/PthreadMutex:";
+const std::string End =
+    "[DDevIo.PthreadMutex] 6 include/PthreadMutex:~PthreadMutex: ENTER ~PthreadMutex().\n";
+const std::string All =
+    Record + "lock: ENTER lock().\n" + Record + "unlock: ENTER unlock().\n" + End;
+
+struct Start {
+    std::string levels;
+    std::string variants;
+    std::string product; // 1 comes from the built-in variants, 2 from the file
+    std::string errors;  // without the numbers of source lines
+};
+
+const Start Starts[] = {
+    {"", Row + "0", "2", ""},
+    {"DDevIo.PthreadMutex=7", Row + "0", "2", All},
+    {"*=0,DDevIo.PthreadMutex=6", Row + "0", "2", End},
+    {"DDevIo.PthreadMutex=5,*=0", Row + "0", "2", ""},
+    {"=7", Row + "0", "2", "TOLVTRACE_LEVELS: \"=7" + Ignored},
+    {"*", Row + "0", "2", "TOLVTRACE_LEVELS: \"*" + Ignored},
+    {"*=7x", Row + "0", "2", "TOLVTRACE_LEVELS: \"*=7x" + Ignored},
+    {"*=0", OtherRow + "-16 # -\n\n\t" + Row + "0x0\r\n#" + OtherRow + "0", "2", ""},
+    {"*=0", OtherRow + "0x7fFFffff\n" + Row + "0", "2", ""},
+    {"*=0", Row + "0\n\n" + Row + "\n", "1", File.string() + ":3" + Malformed},
+    {"*=0", Row + "0\n" + Row + "1 2\nx", "1", File.string() + ":2" + Malformed},
+    {"*=0", Row + "0x-5", "1", File.string() + ":1" + Malformed},
+    {"*=0", Row + "1.5", "1", File.string() + ":1" + Malformed},
+    {"*=0", Row + "2147483648", "1", File.string() + ":1" + Malformed},
+    {"*=0", "directory", "1", File.string() + ": Is a directory" + BuiltIn},
+};
+
+TEST(BeforeMain, LevelsAndVariantsAreSettled) {
+    unit::restart(unit::Warm, std::string(32768, '\0'));
+    for (const auto& [levels, variants, product, errors] : Starts) {
+        unit::writeFile(File, variants);
+        if (variants == "directory") {
+            std::filesystem::remove(File);
+            std::filesystem::create_directory(File);
+        }
+        const auto report = runProgram({UNIT_REPORT}, {"TOLVTRACE_LEVELS=bsp.core=0," + levels});
+        EXPECT_EQ(countLines(report.out, "product code           " + product), 1) << variants;
+        EXPECT_EQ(std::regex_replace(report.err, std::regex(":\\d+ "), ":"), errors) << levels;
+    }
+}
+
+} // namespace
