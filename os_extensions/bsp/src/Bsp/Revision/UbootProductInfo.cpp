@@ -1,5 +1,6 @@
 #include "CoreLog.hpp"
 #include "FileDescriptor.hpp"
+#include "Memory.hpp"
 #include "ReadHelper.hpp"
 #include "bsp/Bsp.h"
 
@@ -7,7 +8,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 #include <fcntl.h>
 
@@ -16,13 +16,9 @@ namespace {
 using os::bsp::coreLog;
 using posix::FileDescriptor;
 
-struct Free {
-    void operator()(char* memory) const noexcept { std::free(memory); }
-};
-
 /// The bytes of the image, with a zero behind them.
 struct Image {
-    std::unique_ptr<char, Free> bytes;
+    posix::Malloced<char[]> bytes;
     std::size_t size = 0;
 };
 
