@@ -50,54 +50,82 @@ Stream openTemporaryFile() {
     return stream;
 }
 
+// All messages carry the name of the one function that callers know.
+#define KERNEL_LOG(level, ...)                                                                     \
+    BSP_LOG_AT(coreLog(), level, __LINE__, "Bsp_getKernelRState", __VA_ARGS__)
+
+bool areUsable(const char* fileName, const char* buffer, std::size_t size) {
+    if (size < RStateSize) {
+        KERNEL_LOG(1, "Invalid buffer size: ", size);
+        return false;
+    }
+    if (fileName == nullptr) {
+        KERNEL_LOG(1, "Undefined filename");
+        return false;
+    }
+    if (buffer == nullptr) {
+        KERNEL_LOG(1, "Undefined buffer");
+        return false;
+    }
+    return true;
+}
+
 bool seek(const FileDescriptor& image, off_t offset) {
     return lseek(image.get(), offset, SEEK_SET) == offset;
+}
+
+bool seekArchive(const FileDescriptor& image, const char* fileName) {
+    if (!seek(image, 0)) {
+        KERNEL_LOG(1, "lseek(zImage, 0, SEEK_SET) failed for ", fileName);
+        return false;
+    }
+    const int offset = Bsp_findArchive(image.get());
+    if (offset == -1) {
+        return false;
+    }
+    if (!seek(image, offset)) {
+        KERNEL_LOG(1, "lseek(zImage, ", offset, ", SEEK_SET) failed for ", fileName);
+        return false;
+    }
+    return true;
+}
+
+// The kernel, or null with the reason in the trace.
+Stream inflate(const FileDescriptor& image) {
+    Stream inflated = openTemporaryFile();
+    if (inflated == nullptr) {
+        KERNEL_LOG(1, "Could not open tmp file: ", TemporaryFile);
+        return nullptr;
+    }
+    if (Bsp_inflateArchive(image.get(), inflated.get()) != 0) {
+        return nullptr;
+    }
+    KERNEL_LOG(5, "Bsp_inflateArchive() successful");
+    return inflated;
 }
 
 } // namespace
 
 int Bsp_getKernelRState(const char* fileName, char* buffer, size_t size) {
+    // The expression stands for the argument's name here, as readers of traces know it.
     BSP_LOG_ENTER(coreLog(), "(", "fileName ? fileName : \"(null)\"=", fileName, ")");
-    if (size < RStateSize) {
-        BSP_LOG(coreLog(), 1, "Invalid buffer size: ", size);
-        return -1;
-    }
-    if (fileName == nullptr) {
-        BSP_LOG(coreLog(), 1, "Undefined filename");
-        return -1;
-    }
-    if (buffer == nullptr) {
-        BSP_LOG(coreLog(), 1, "Undefined buffer");
+    if (!areUsable(fileName, buffer, size)) {
         return -1;
     }
     const FileDescriptor image = FileDescriptor::own(open(fileName, O_RDONLY | O_CLOEXEC));
     if (!image) {
-        BSP_LOG(coreLog(), 1, "Could not open file: ", fileName);
+        KERNEL_LOG(1, "Could not open file: ", fileName);
         return -1;
     }
-    if (!seek(image, 0)) {
-        BSP_LOG(coreLog(), 1, "lseek(zImage, 0, SEEK_SET) failed for ", fileName);
+    if (!seekArchive(image, fileName)) {
         return -1;
     }
-    const int offset = Bsp_findArchive(image.get());
-    if (offset == -1) {
-        return -1;
-    }
-    if (!seek(image, offset)) {
-        BSP_LOG(coreLog(), 1, "lseek(zImage, ", offset, ", SEEK_SET) failed for ", fileName);
-        return -1;
-    }
-    const Stream inflated = openTemporaryFile();
+    const Stream inflated = inflate(image);
     if (inflated == nullptr) {
-        BSP_LOG(coreLog(), 1, "Could not open tmp file: ", TemporaryFile);
         return -1;
     }
-    if (Bsp_inflateArchive(image.get(), inflated.get()) != 0) {
-        return -1;
-    }
-    BSP_LOG(coreLog(), 5, "Bsp_inflateArchive() successful");
     if (Bsp_findLinuxVersion(inflated.get(), buffer) == nullptr) {
-        BSP_LOG(coreLog(), 1, "No Linux version found");
+        KERNEL_LOG(1, "No Linux version found");
         return -1;
     }
     return 0;
