@@ -1,0 +1,301 @@
+#include "CLibrary.hpp"
+#include "Unit.hpp"
+#include "bsp/Bsp.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+#include <thread>
+
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <zlib.h>
+
+namespace {
+
+using namespace test;
+using namespace std::string_literals;
+using test::unit::readFile;
+using test::unit::writeFile;
+
+constexpr const char* File = "/tmp/z";
+constexpr const char* TemporaryFile = "/dev/shm/zImage_tmp";
+char Product[40];
+char Buffer[40];
+const std::string Find = "1 Bsp_findArchive(): ";
+const std::string Inflate = "1 Bsp_inflateArchive(): ";
+const std::string Unreadable = Find + "File error before archive found. read() returned ";
+const std::string CutShort = "4 Bsp_inflateArchive(): End-of-file reached\n";
+const std::string Search = "1 Bsp_findLinuxVersion(): ";
+const std::string Kernel = "1 Bsp_getKernelRState(): ";
+const std::string NoBanner = Kernel + "No Linux version found\n";
+const std::string NoTemporaryFile = Kernel + "Could not open tmp file: /dev/shm/zImage_tmp\n";
+const std::string Uboot = "1 Bsp_getUbootProductInfo(): ";
+const std::string P = "Product number: ";
+const std::string R = "R-state: ";
+
+struct Call {
+    std::string image;
+    std::string expected; // the records and, where the call succeeds, the values
+    Fault fault = {};
+    const char* file = File;
+    std::size_t size = 32;
+    std::size_t productSize = 32;
+    char* buffer = Buffer;
+    int level = 4;
+};
+
+// Nothing is left of a call, nor written behind a buffer, nor into one where the call fails.
+void expect(
+    const std::initializer_list<Call>& calls, const std::function<int(const Call&)>& function) {
+    const std::string before = "kept\0"s + std::string(35, '!');
+    for (const Call& call : calls) {
+        SCOPED_TRACE(&call - calls.begin());
+        writeFile(File, call.image);
+        before.copy(Product, sizeof Product);
+        before.copy(Buffer, sizeof Buffer);
+        int result = 1;
+        const auto records = recordsOf(call.level, call.fault, [&] { result = function(call); });
+        const std::string values = Product == before.substr(0, 4) ? "" : Product + "|"s;
+        EXPECT_EQ(records + (result == 0 ? values + Buffer : ""), call.expected);
+        EXPECT_TRUE(result == 0 || result == -1) << result;
+        const std::size_t written = result == 0 ? call.size : 0;
+        const std::size_t productWritten = result == 0 ? call.productSize : 0;
+        EXPECT_EQ(std::string(Buffer + written, Buffer + 40), before.substr(written));
+        EXPECT_EQ(
+            std::string(Product + productWritten, Product + 40), before.substr(productWritten));
+        EXPECT_EQ(readFile("/proc/self/maps").find("zImage_tmp"), std::string::npos);
+        EXPECT_FALSE(std::filesystem::is_regular_file(TemporaryFile));
+    }
+}
+
+void expectKernel(std::initializer_list<Call> calls) {
+    expect(calls, [](const Call& call) {
+        return Bsp_getKernelRState(call.file, call.buffer, call.size);
+    });
+}
+
+void expectUboot(std::initializer_list<Call> calls) {
+    expect(calls, [](const Call& call) {
+        return Bsp_getUbootProductInfo(
+            call.file, Product, call.productSize, call.buffer, call.size);
+    });
+}
+
+std::string archiveOf(const std::string& content) {
+    const gzFile file = gzopen("/tmp/archive", "wb1");
+    gzwrite(file, content.data(), static_cast<unsigned>(content.size()));
+    gzclose(file);
+    return readFile("/tmp/archive");
+}
+
+/// An archive with `size` incompressible bytes without a letter in front of the banner.
+std::string archiveOfKernel(const std::string& release, std::size_t size = 100000) {
+    std::string content = unit::noise(size);
+    for (char& byte : content) {
+        byte = static_cast<char>(byte & 0x3f);
+    }
+    return archiveOf(content + "Linux version " + release + " #1 SMP\n");
+}
+
+const std::string Archive = archiveOfKernel("4.9.0.R2A05");
+
+std::string changed(std::size_t offset, char byte) {
+    std::string archive = Archive;
+    archive[offset] = byte;
+    return archive;
+}
+
+TEST(KernelRState, ArchiveIsFoundAndInflated) {
+    const std::string badData = Inflate + "inflate() failed with error -3\n";
+    expectKernel({
+        {Archive, "R2A05", {}, File, 8},
+        {std::string(18992, '\x1f') + Archive + "trailing", "R2A05"},
+        {"ab" + Archive + archiveOf("Linux version 1.2.3.R1"), "R2A05"},
+        {std::string(65533, '.') + Archive, "R2A05"},
+        {"\x1f\x8b\x09\x1f" + Archive, "R2A05"},
+        {std::string(65534, '.') + Archive, Find + "Couldn't find ZLIB header\n"},
+        {"..\x1f\x8b", Find + "Couldn't find ZLIB header\n"},
+        {"", Unreadable + "0\n"},
+        {changed(3, '\xe0'), badData},
+        {changed(Archive.size() - 6, 'x'), badData},
+        {Archive.substr(0, 30000), CutShort},
+        {Archive.substr(0, Archive.size() - 1), CutShort},
+        {archiveOf(""), Search + "unable to mmap temp image\n" + NoBanner},
+    });
+}
+
+TEST(KernelRState, BannerIsFoundAndParsed) {
+    const std::string page(4096, '.');
+    expectKernel({
+        {archiveOf("Linux version 3.10.108.ABCDEFGHIJ"), "ABCDEFG"},
+        {archiveOf("Linux version 4.14.78-rt44"), "kept"},
+        {archiveOf("Linux versionX4.9.0.r1z"), "r1z"},
+        {archiveOf("Linux version  +4. -9.\t0.R1"), "R1"},
+        {archiveOf("Linux version 4 .9.0.R1"), "kept"},
+        {archiveOf("Linux version 4.9.0.R1\0R2"s), "R1"},
+        {archiveOf("Linux version " + std::string(200, ' ') + "4.9.0.R1"), "R1"},
+        {archiveOf("Linux is Linux; version 2. Linux version 1.2.3.R1"), "R1"},
+        // The byte that breaks a partial match is not taken for a new start.
+        {archiveOf("LLinux version 1.2.3.R1"), NoBanner},
+        {archiveOf("Linux vLinux version 1.2.3.R1 and Linux version 1.2.3.R2"), "R2"},
+        {archiveOf("LLLinux version 1.2.3.R1"), "R1"},
+        {archiveOf("linux version 1.2.3.R1"), NoBanner},
+        {archiveOf(page.substr(13) + "Linux version"), "kept"},
+        {archiveOf(page.substr(23) + "Linux version 1.2.3.R1A"), "R1A"},
+        {archiveOf(page.substr(12) + "Linux versio"), NoBanner},
+    });
+}
+
+// The names of various lengths in the header move the end of the first input chunk about: some
+// chunk then ends just where an output chunk is full.
+TEST(KernelRState, ChunksMayEndAnywhere) {
+    for (std::size_t length = 0; length < 64; ++length) {
+        std::string named = changed(3, 8);
+        named.insert(10, std::string(length, 'n') + '\0');
+        expectKernel({{named, "R2A05"}});
+    }
+    for (const std::size_t size : {16349, 16350, 16351, 49118, 16384 * 1000}) {
+        expectKernel({{archiveOfKernel("1.2.3.R1", size), "R1"}});
+    }
+}
+
+TEST(KernelRState, StepsAreTraced) {
+    std::string image = std::string(42, '.') + archiveOf("Linux version 1.2.3.R1");
+    image.resize(1003);
+    const std::string enter = "6 ENTER Bsp_getKernelRState(fileName ? fileName : \"(null)\"=";
+    const std::string steps = "/tmp/z)\n"
+                              "6 ENTER Bsp_findArchive(fd=first)\n"
+                              "7 Bsp_readHelper(): Read 1000 bytes\n"
+                              "7 Bsp_readHelper(): Read 3 bytes\n"
+                              "7 Bsp_readHelper(): Read 0 bytes\n"
+                              "5 Bsp_findArchive(): ZLIB header found at pos 2a\n"
+                              "6 ENTER Bsp_inflateArchive(fd=first)\n"
+                              "7 Bsp_readHelper(): Read 961 bytes\n"
+                              "7 Bsp_readHelper(): Read 0 bytes\n"
+                              "5 Bsp_getKernelRState(): Bsp_inflateArchive() successful\n"
+                              "6 ENTER Bsp_findLinuxVersion()\n"
+                              "R1";
+    const std::string refusal = "(null))\n" + Kernel + "Undefined filename\n";
+    expectKernel({
+        {.image = image, .expected = enter + steps, .level = 7},
+        {.image = image, .expected = enter + refusal, .file = nullptr, .size = 8, .level = 7},
+    });
+}
+
+TEST(KernelRState, EveryFailureIsTold) {
+    const std::string image = std::string(18992, '.') + Archive;
+    const std::string repeated = "4 Bsp_readHelper(): read was interrupted. Retrying...\n";
+    const std::string input = "Input/output error\n";
+    const std::string seek = Kernel + "lseek(zImage, ";
+    const std::string failed = ", SEEK_SET) failed for /tmp/z\n";
+    expectKernel({
+        {"", Kernel + "Invalid buffer size: 7\n", {}, nullptr, 7},
+        {"", Kernel + "Undefined buffer\n", {}, File, 8, 0, nullptr},
+        {"", Kernel + "Could not open file: /tmp/none\n", {}, "/tmp/none"},
+        {"", seek + "0" + failed, {"lseek64", 1, EIO}},
+        {image, seek + "18992" + failed, {"lseek64", 2, EIO}},
+        {image, Unreadable + "-1\n", {"read", 2, EIO}},
+        {image, Inflate + "Read failed with errno = " + input, {"read", 99, EIO}},
+        {image, repeated + repeated + "R2A05", {"read", 99, EINTR, 2}},
+        {image, Inflate + "inflateInit2() failed with error -1\n", {"inflateInit2_", 1, EIO}},
+        {image, Search + "fstat failed with errno = " + input + NoBanner, {"fstat64", 1, EIO}},
+    });
+}
+
+// Where a removal does nothing, another call has created the file anew.
+TEST(KernelRState, WhatLiesAtTheTemporaryPathIsReplacedAndNeverFollowed) {
+    writeFile("/dev/shm/victim", "victim");
+    std::filesystem::create_symlink("/dev/shm/victim", TemporaryFile);
+    expectKernel({{Archive, "R2A05", {"unlink", 1, 0, 3}}});
+    std::filesystem::create_hard_link("/dev/shm/victim", TemporaryFile);
+    expectKernel({{Archive, "R2A05", {"unlink", 1, 0, 3}}});
+    EXPECT_EQ(readFile("/dev/shm/victim"), "victim");
+    std::filesystem::create_directory(TemporaryFile);
+    expectKernel({{Archive, NoTemporaryFile}});
+}
+
+TEST(KernelRState, TemporaryFileIsItsOwnersAlone) {
+    umask(0);
+    writeFile(File, Archive);
+    char rState[8];
+    recordsOf(4, {"unlink", 2}, [&] { Bsp_getKernelRState(File, rState, 8); }); // the name stays
+    EXPECT_EQ(std::filesystem::status(TemporaryFile).permissions(), std::filesystem::perms(0600));
+}
+
+// What does not fill a chunk stays in the stream's buffer until the search begins.
+TEST(KernelRState, SharedMemoryThatTakesNothingIsAnError) {
+    ASSERT_EQ(mount("none", "/dev/shm", "tmpfs", 0, "size=64k"), 0);
+    const std::string full = "fseek failed with errno = No space left on device\n";
+    expectKernel(
+        {{Archive, Inflate + "fwrite() failed\n"},
+         {archiveOf(std::string(65636, 'x')), Search + full + NoBanner}});
+    ASSERT_EQ(mount("none", "/dev/shm", "tmpfs", MS_RDONLY, nullptr), 0);
+    expectKernel({{Archive, NoTemporaryFile}});
+}
+
+TEST(KernelRState, OverlappingCallsEachGetTheirAnswer) {
+    const auto ask = [](const std::string& rState) {
+        for (int i = 0; i < 60; ++i) {
+            char buffer[8] = "";
+            EXPECT_EQ(Bsp_getKernelRState(("/tmp/" + rState).c_str(), buffer, sizeof buffer), 0);
+            EXPECT_EQ(buffer, rState);
+        }
+    };
+    writeFile("/tmp/R1A", archiveOfKernel("1.2.3.R1A"));
+    writeFile("/tmp/R2B", archiveOfKernel("1.2.3.R2B"));
+    const std::jthread other(ask, "R1A");
+    ask("R2B");
+}
+
+TEST(Uboot, ValuesFollowTheirLabels) {
+    expectUboot({
+        {"x\n" + P + "PN 0042 17\n..\n" + R + "R1A\n", "PN 0042 17|R1A"},
+        {R + "R1A\n" + P + "PN\n", "PN|R1A"},
+        {P + "A\n" + P + "B\n" + R + "C\n" + R + "D\n", "A|C"},
+        {P + "0123456789\n" + R + "0123456789\n", "0123|", {}, File, 1, 5},
+        {P + "A\r\n" + R + "\n", "A\r|"},
+        {R + "R1A", "Not found|R1A"},
+        {P + "A\0B\n"s + R + "C\0"s, "A|C"},
+        {std::string(9, '\0') + P + "A\nProduct num", "A|Not found"},
+        {P + "A\n" + R, "A|"},
+        {"PProduct numProduct number: A\nRRR-stR-state: B\n", "A|B"},
+        {P + R + "B\n", R + "B|B"},
+        {"product number: A\nR-State: B\nProduct number:C\nR-state:D\n", "Not found|Not found"},
+        {"", "Not|", {}, File, 1, 4},
+    });
+}
+
+TEST(Uboot, StepsAreTraced) {
+    const std::string expected = "6 Bsp_getUbootProductInfo(): Start parsing for u-boot strings:\n"
+                                 "5 Bsp_getUbootProductInfo(): Product number = Not found\n"
+                                 "6 Bsp_getUbootProductInfo(): \"R-state: \" found at offset 7\n"
+                                 "5 Bsp_getUbootProductInfo(): R-state = R1A\n"
+                                 "Not found|R1A";
+    expectUboot({{.image = "1234567" + R + "R1A\n", .expected = expected, .level = 6}});
+}
+
+TEST(Uboot, EveryFailureIsTold) {
+    const std::string image = P + "A\n" + std::string(1000, '.') + R + "R1A\n";
+    const std::string cannotOpen = "Failed to open u-boot device with name /tmp/none. errno = ";
+    const std::string input = "Input/output error\n";
+    writeFile("/tmp/huge", "");
+    std::filesystem::resize_file("/tmp/huge", INT64_MAX);
+    expectUboot({
+        {"", Uboot + "Undefined device name\n", {}, nullptr, 0, 0},
+        {"", Uboot + "Undefined buffer\n", {}, File, 0, 4, nullptr},
+        {"", Uboot + "Invalid buffer size: 0\n", {}, File, 0, 4},
+        {"", Uboot + "Invalid buffer size: 0\n", {}, File, 4, 0},
+        {"", Uboot + cannotOpen + "No such file or directory\n", {}, "/tmp/none"},
+        {"", Uboot + "Failed to get size of /tmp/z. errno = " + input, {"lseek64", 1, EIO}},
+        {"", Uboot + "Failed to set file offset. errno = " + input, {"lseek64", 2, EIO}},
+        {"", Uboot + "Failed to allocate 9223372036854775808 bytes\n", {}, "/tmp/huge"},
+        {image, Uboot + "Failed to read file. errno = " + input, {"read", 2, EIO}},
+        {image, "A|R1A"},
+        {image, "A|Not found", {"read", 2}}, // it delivers less
+    });
+}
+
+} // namespace
