@@ -11,11 +11,11 @@
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <concepts>
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace os::bsp {
 
@@ -34,12 +34,13 @@ private:
 class LogPiece {
 public:
     LogPiece(std::string_view text) : m_text(text) {}
-    LogPiece(const char* text) : m_text(text != nullptr ? text : "(null)") {}
+    LogPiece(const char* text);
     LogPiece(const std::string& text) : m_text(text) {}
     template <std::integral Number>
     LogPiece(Number number, int base = 10) {
-        const auto end = std::to_chars(m_digits.begin(), m_digits.end(), number, base).ptr;
-        m_text = {m_digits.begin(), end};
+        const auto wide = static_cast<unsigned long long>(number);
+        const bool negative = std::cmp_less(number, 0);
+        setDigits(negative, negative ? 0 - wide : wide, base);
     }
     LogPiece(const LogPiece&) = delete;
     LogPiece& operator=(const LogPiece&) = delete;
@@ -47,6 +48,9 @@ public:
     std::string_view text() const noexcept { return m_text; }
 
 private:
+    // Out of line: messages are many and seldom written.
+    void setDigits(bool negative, unsigned long long magnitude, int base);
+
     std::array<char, 24> m_digits;
     std::string_view m_text;
 };
