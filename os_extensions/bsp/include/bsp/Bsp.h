@@ -110,8 +110,8 @@ BSP_EXPORT extern const struct Bsp_BoardIdRow Bsp_boardIdMap[Bsp_boardIdMapSize]
 
 /// Programs the clock-synchroniser chip behind "/dev/idt" from "/etc/idt_<board name>.conf":
 /// hexadecimal numbers separated by white space, the low 8 bits of each going to one register, from
-/// register 8 on, at most 216. What it does it tells on the standard output, in lines that begin
-/// with "NOTICE: " or "ERROR: ". Returns 0, also when the board has no such file (the chip then
+/// register 8 on, at most 216. Progress and errors go to standard output, in lines that begin with
+/// "NOTICE: " or "ERROR: ". Returns 0, also when the board has no such file (the chip then
 /// keeps what it has), or -1. The chip's registers are written only after the whole file has been
 /// read without an error and the chip has answered. One call at a time: the chip has no lock.
 BSP_EXPORT int Idt_writeConfig(void);
