@@ -24,7 +24,6 @@ struct Numbers {
 constexpr Numbers Unit{24, 12, 504, 4};
 constexpr Numbers Workstation{40, 16, 840, 8};
 constexpr Numbers Abi = sizeof(void*) == 4 ? Unit : Workstation;
-constexpr std::size_t BlockSize = 1536;
 const std::string SyncArea = "/dev/shm/DtcmSync";
 
 std::string freshMutex() {

@@ -15,8 +15,6 @@ using namespace test;
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
 
-constexpr std::size_t BlockSize = 1536;
-
 std::string area() {
     return unit::readFile(unit::WarmArea);
 }

@@ -8,9 +8,6 @@
 #include <array>
 #include <atomic>
 #include <csignal>
-#include <cstring>
-#include <random>
-#include <set>
 #include <thread>
 
 #include <fcntl.h>
@@ -24,8 +21,6 @@ namespace {
 
 using namespace test;
 using namespace std::chrono_literals;
-
-constexpr std::size_t BlockSize = 1536;
 
 struct Race {
     std::atomic<int> ready;
@@ -71,40 +66,6 @@ TEST(Processes, RaceForFirstCreationHasOneWinner) {
     }
 }
 
-[[noreturn]] void useObjects(unsigned seed) {
-    std::minstd_rand random(seed);
-    while (true) {
-        const std::string name = numbered("object ", random() % 30);
-        void* data = nullptr;
-        switch (random() % 3) {
-        case 0:
-            WarmDatabase_createObject(name.c_str(), &data, 1520);
-            break;
-        case 1:
-            WarmDatabase_retrieveObject(name.c_str(), &data, 8);
-            break;
-        default:
-            const Object object(name);
-        }
-    }
-}
-
-// Names are distinct, whole and without a hole between them; the objects are zeroes.
-void expectWholeObjects(const char* area) {
-    std::set<std::string> names;
-    bool freeSeen = false;
-    for (const char* block = area; block < area + 21 * BlockSize; block += BlockSize) {
-        freeSeen = freeSeen || *block == '\0';
-        if (*block != '\0') {
-            const std::string name(block, strnlen(block, 16));
-            EXPECT_FALSE(freeSeen) << "a hole before " << name;
-            EXPECT_TRUE(names.insert(name).second) << name << " twice";
-            EXPECT_TRUE(name.starts_with("object ")) << "half a name: " << name;
-            EXPECT_EQ(std::string(block + 16, 1520), std::string(1520, '\0')) << name;
-        }
-    }
-}
-
 class Clients : public testing::Test {
 protected:
     Clients() {
@@ -124,35 +85,14 @@ protected:
         return waiting && child.wait().status == 0;
     }
 
+    pthread_mutex_t* slotMutex() const {
+        const std::size_t offset = sizeof(pthread_mutex_t) == 24 ? 4 : 8;
+        return reinterpret_cast<pthread_mutex_t*>(m_area + BlockSize + 16 + offset);
+    }
+
     char* m_area;
     sem_t* m_semaphore;
 };
-
-// A client that is killed while it holds the database lock leaves it taken: the one thing that may
-// go wrong. The test counts that, and goes on after giving the lock back.
-TEST_F(Clients, KilledAtAnyMomentLeaveWholeObjects) {
-    constexpr unsigned Rounds = 300;
-    unsigned lost = 0;
-    TolvTrace_setLevel("Bsp.WarmDatabase", 0);
-    for (unsigned round = 0; round < Rounds && !HasFailure(); ++round) {
-        std::memcpy(m_area, unit::noise(32768).data(), 32768);
-        for (std::size_t block = 0; block < 21; ++block) {
-            m_area[block * BlockSize] = '\0';
-        }
-        Child client([round] { useObjects(2 * round); });
-        Child victim([round] { useObjects(2 * round + 1); });
-        std::this_thread::sleep_for(std::chrono::microseconds(300 + round * 13));
-        for (Child* const child : {&victim, &client}) {
-            kill(child->pid(), SIGKILL);
-            child->wait();
-        }
-        expectWholeObjects(m_area);
-        lost += sem_trywait(m_semaphore) == -1 ? 1 : 0;
-        ASSERT_EQ(sem_trywait(m_semaphore), -1) << "the lock was free twice";
-        sem_post(m_semaphore);
-    }
-    EXPECT_LT(lost, Rounds);
-}
 
 TEST_F(Clients, OperationsWaitForTheLockThroughSignals) {
     void* data = nullptr;
@@ -162,7 +102,6 @@ TEST_F(Clients, OperationsWaitForTheLockThroughSignals) {
         [] { EXPECT_FALSE(Object("A").created); },
     };
     for (const auto& operation : operations) {
-        database().lock();
         const auto disturbed = [&] {
             struct sigaction action {};
             action.sa_handler = [](int) {
@@ -172,14 +111,51 @@ TEST_F(Clients, OperationsWaitForTheLockThroughSignals) {
             setitimer(ITIMER_REAL, &every, nullptr);
             operation();
         };
+        database().lock();
         EXPECT_TRUE(waits(disturbed, [] { database().unlock(); })) << &operation - operations;
+        // A process that knows nothing but the semaphore is waited for as well.
+        ASSERT_EQ(sem_wait(m_semaphore), 0);
+        EXPECT_TRUE(waits(disturbed, [&] { sem_post(m_semaphore); })) << &operation - operations;
     }
+}
+
+TEST_F(Clients, StoppedHolderIsWaitedFor) {
+    int stopped[2];
+    ASSERT_EQ(pipe(stopped), 0);
+    Child holder([&] {
+        database().lock();
+        EXPECT_EQ(write(stopped[1], "", 1), 1);
+        raise(SIGSTOP);
+        database().unlock();
+    });
+    char locked = 0;
+    ASSERT_EQ(read(stopped[0], &locked, 1), 1);
+    EXPECT_TRUE(waits([] { Object("A"); }, [&] { kill(holder.pid(), SIGCONT); }));
+    EXPECT_EQ(holder.wait().status, 0);
+}
+
+// Nobody reads what this process reports, so it waits for ever; the others do not.
+TEST_F(Clients, ReportsAreWrittenWithoutTheLock) {
+    int unread[2];
+    ASSERT_EQ(pipe2(unread, O_NONBLOCK), 0);
+    while (write(unread[1], "", 1) == 1) {
+    }
+    fcntl(unread[1], F_SETFL, 0);
+    Child reporter([&] {
+        TolvTrace_setLevel("Bsp.WarmDatabase", 5);
+        TolvTrace_setLevel("bsp.networking", 5);
+        dup2(unread[1], STDERR_FILENO);
+        void* data = nullptr;
+        WarmDatabase_createObject("A", &data, 1);
+    });
+    std::this_thread::sleep_for(30ms);
+    EXPECT_EQ(waitpid(reporter.pid(), nullptr, WNOHANG), 0);
+    EXPECT_FALSE(Object("A").created);
 }
 
 TEST_F(Clients, SlotIsGuardedByItsOwnMutex) {
     Bsp_setSlotId(1);
-    auto* const mutex = reinterpret_cast<pthread_mutex_t*>(
-        m_area + BlockSize + 16 + (sizeof(pthread_mutex_t) == 24 ? 4 : 8));
+    pthread_mutex_t* const mutex = slotMutex();
     for (const std::function<void()> operation :
          {+[] { Bsp_setSlotId(2); },
           +[] {
@@ -188,6 +164,21 @@ TEST_F(Clients, SlotIsGuardedByItsOwnMutex) {
         ASSERT_EQ(pthread_mutex_trylock(mutex), 0);
         EXPECT_TRUE(waits(operation, [mutex] { pthread_mutex_unlock(mutex); }));
     }
+}
+
+// As a restart, or an owner that died, leaves it. Those who sleep on it as earlier programs do are
+// woken, too.
+TEST_F(Clients, SlotMutexThatLostItsOwnerIsMadeAnew) {
+    Bsp_setSlotId(1);
+    ASSERT_EQ(pthread_mutex_lock(slotMutex()), 0);
+    Child sleeper([&] {
+        EXPECT_EQ(pthread_mutex_lock(slotMutex()), 0);
+        EXPECT_EQ(pthread_mutex_unlock(slotMutex()), 0);
+    });
+    const Outcome next = inChild([] { EXPECT_EQ(Bsp_getSlotId(), 1); });
+    EXPECT_EQ(next.status, 0) << next.out;
+    EXPECT_EQ(countLines(next.err, "[bsp.networking] 2 "), 1) << next.err;
+    EXPECT_EQ(sleeper.wait().status, 0);
 }
 
 TEST_F(Clients, ReportsAndRefusalsDoNotWait) {

@@ -34,9 +34,6 @@ public:
     class SemLockGuard {
     public:
         explicit SemLockGuard(sem_t* semaphore);
-        /// For a semaphore that the caller holds already.
-        SemLockGuard(sem_t* semaphore, std::adopt_lock_t /*held*/) noexcept
-            : m_semaphore(semaphore) {}
         ~SemLockGuard();
         SemLockGuard(const SemLockGuard&) = delete;
         SemLockGuard& operator=(const SemLockGuard&) = delete;
@@ -99,11 +96,9 @@ private:
     void memoryMapTheDatabase();
     bool initDatabaseSemaphore();
     void initBlockSynchronization();
-    void clearDatabaseIfColdRestart();
 
     std::byte* m_mappedMemory = nullptr;
     std::byte* m_blockSync = nullptr;
-    sem_t* m_databaseSemaphore = nullptr;
     bool m_databaseSemaphoreCreated = false;
     bool m_blockSyncCreated = false;
 };

@@ -1,58 +1,82 @@
 #include "ColdRestart.hpp"
 
 #include "DatabaseLog.hpp"
-#include "FileDescriptor.hpp"
-#include "Layout.hpp"
-
-#include <array>
-#include <cstring>
-
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
+#include "InitError.hpp"
 
 namespace os::bsp::dtcm::cold_restart {
 namespace {
 
-using posix::FileDescriptor;
+std::byte* area = nullptr;
+bool areaIsShared = false;
 
-constexpr const char* BootIdFile = "/proc/sys/kernel/random/boot_id";
-constexpr std::size_t BootIdLength = 36;
-
-// Empty when it cannot be read.
-std::string readBootId(const FileDescriptor& file) {
-    std::array<char, BootIdLength> text{};
-    const bool whole =
-        file && read(file.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
-    return whole ? std::string(text.begin(), text.end()) : std::string();
+std::atomic<ColdRestart>* note() {
+    RunRecord* const record = areaIsShared ? databaseLock().record() : nullptr;
+    return record != nullptr ? &record->coldRestart : nullptr;
 }
 
-std::string currentBootId() {
-    return readBootId(FileDescriptor::own(open(BootIdFile, O_RDONLY | O_CLOEXEC)));
+bool isDue() {
+    const auto* const noted = note();
+    return noted != nullptr && noted->load(std::memory_order_relaxed) == ColdRestart::Due;
+}
+
+// The caller holds the lock. Returns what it has done, as a text.
+const char* clearIfCold(ResetType cause) {
+    auto* const noted = note();
+    const bool handled = noted != nullptr && *noted == ColdRestart::Handled;
+    const bool clear = cause == ResetType::Cold && !handled;
+    if (clear) {
+        warmArea(area).clear();
+    }
+    if (noted != nullptr) {
+        *noted = ColdRestart::Handled;
+    }
+    if (clear) {
+        return "COLD restart, clearing database.";
+    }
+    return cause == ResetType::Cold ? "COLD restart already handled, leaving database as is."
+                                    : "WARM restart, leaving database as is.";
+}
+
+void catchUp(const WarmDatabase& database) {
+    try {
+        const ResetType cause = getResetType(); // not to be asked while the lock is held
+        DatabaseLock::Hold hold;
+        databaseLock().take(hold);
+        handle(cause, hold, database);
+    } catch (...) {
+        reportCaught(databaseLog(), "clearDatabaseIfColdRestart");
+    }
 }
 
 } // namespace
 
-bool isHandled() {
-    const std::string marked =
-        readBootId(FileDescriptor::own(shm_open(ColdRestartDoneName, O_RDONLY, 0)));
-    return !marked.empty() && marked == currentBootId();
+void useArea(std::byte* memory, bool shared) {
+    area = memory;
+    areaIsShared = shared;
 }
 
-void markHandled() {
-    const std::string bootId = currentBootId();
-    if (bootId.empty()) {
-        BSP_LOG(databaseLog(), 2, "could not read ", BootIdFile);
-        return;
+void noteDue() {
+    if (auto* const noted = note()) {
+        auto unasked = ColdRestart::Unasked;
+        noted->compare_exchange_strong(unasked, ColdRestart::Due);
     }
-    const FileDescriptor marker =
-        FileDescriptor::own(shm_open(ColdRestartDoneName, O_CREAT | O_WRONLY | O_TRUNC, 0644));
-    // Whoever creates the lock next must be able to read it, whatever this process's umask.
-    if (!marker || fchmod(marker.get(), 0644) == -1 ||
-        write(marker.get(), bootId.data(), bootId.size()) == -1) {
-        BSP_LOG(
-            databaseLog(), 2, "could not leave the marker ", ColdRestartDoneName, ": ",
-            std::strerror(errno));
+}
+
+void handle(ResetType cause, const DatabaseLock::Hold& hold, const WarmDatabase& database) {
+    const char* const text = clearIfCold(cause);
+    databaseLock().give(hold);
+    report(hold);
+    BSP_LOG_AT(databaseLog(), 5, __LINE__, "clearDatabaseIfColdRestart", text);
+    database.logNamesOfUsedBlocks();
+}
+
+void lock(DatabaseLock::Hold& hold, const WarmDatabase& database) {
+    databaseLock().take(hold);
+    if (isDue()) {
+        databaseLock().give(hold);
+        report(hold);
+        catchUp(database);
+        databaseLock().take(hold);
     }
 }
 

@@ -4,6 +4,8 @@
 
 #include <exception>
 
+#include <cxxabi.h>
+
 namespace os::bsp::dtcm {
 
 /// What start-up reports of anything that it goes on without.
@@ -13,6 +15,8 @@ inline constexpr const char* InitError = "Error during initialization of warm ar
 inline void reportCaught(LogModule& module, const char* function) {
     try {
         throw;
+    } catch (const abi::__forced_unwind&) {
+        throw; // a thread that is being cancelled must get to its end
     } catch (const std::exception& exception) {
         BSP_LOG_AT(
             module, 1, __LINE__, function, InitError, ": Caught exception [", exception.what(),

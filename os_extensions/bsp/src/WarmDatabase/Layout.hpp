@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -17,7 +18,6 @@ namespace os::bsp::dtcm {
 inline constexpr const char* WarmAreaDevice = "top.dtcm0";
 inline constexpr const char* SyncAreaName = "/DtcmSync";
 inline constexpr const char* DatabaseSemaphoreName = "/DtcmDbSharedSem";
-inline constexpr const char* ColdRestartDoneName = "/DtcmColdRestartDone";
 
 inline constexpr std::size_t WarmAreaSize = 32768;
 inline constexpr std::size_t BlockSize = 1536;
@@ -56,6 +56,8 @@ struct Block {
         nameByte(0).store(text.front(), std::memory_order_release);
     }
 
+    void becomeFree() { nameByte(0).store('\0', std::memory_order_release); }
+
 private:
     std::atomic_ref<char> nameByte(std::size_t index) { return std::atomic_ref(name[index]); }
 };
@@ -63,6 +65,14 @@ private:
 struct WarmArea {
     Block blocks[MaxNumberOfBlocks];
     std::byte unused[WarmAreaSize - MaxNumberOfBlocks * BlockSize];
+
+    /// All blocks are free before the first of them loses a byte of data.
+    void clear() {
+        for (Block& block : blocks) {
+            block.becomeFree();
+        }
+        std::memset(static_cast<void*>(this), 0, sizeof *this);
+    }
 };
 
 static_assert(std::is_standard_layout_v<WarmArea>);

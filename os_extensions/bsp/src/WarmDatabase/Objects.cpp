@@ -1,3 +1,4 @@
+#include "ColdRestart.hpp"
 #include "DatabaseLog.hpp"
 #include "Layout.hpp"
 
@@ -15,8 +16,27 @@ struct Place {
     std::size_t number() const { return index + 1; } // as people count blocks
 };
 
+/// The database lock, unless the caller holds it. Reports when it has been given back.
+class Guard {
+public:
+    explicit Guard(const WarmDatabase& database, bool wanted = true) {
+        if (wanted) {
+            cold_restart::lock(m_hold, database);
+        }
+    }
+    ~Guard() {
+        databaseLock().give(m_hold);
+        report(m_hold);
+    }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+
+private:
+    DatabaseLock::Hold m_hold;
+};
+
 bool hasZero(const std::string& name) {
-    return name.find('\0') != std::string::npos;
+    return std::any_of(name.begin(), name.end(), [](char byte) { return byte == '\0'; });
 }
 
 /// A name as a block holds it.
@@ -98,7 +118,7 @@ bool WarmDatabase::createObject(
     const NameField name(blockName);
     Place place{};
     {
-        const SemLockGuard guard(lockDatabase ? m_databaseSemaphore : nullptr);
+        const Guard guard(*this, lockDatabase);
         place = scan(area, name);
         if (place.exists()) {
             area.blocks[place.index].become(blockName);
@@ -125,7 +145,7 @@ bool WarmDatabase::retrieveObject(
     const NameField name(blockName);
     Place place{};
     {
-        const SemLockGuard guard(lockDatabase ? m_databaseSemaphore : nullptr);
+        const Guard guard(*this, lockDatabase);
         place = scan(area, name);
     }
     if (!place.found) {
@@ -158,7 +178,7 @@ bool WarmDatabase::getObjectData(
     const NameField name(blockName);
     Place place{};
     {
-        const SemLockGuard guard(m_databaseSemaphore);
+        const Guard guard(*this);
         place = scan(area, name);
         if (!place.found && place.exists()) {
             area.blocks[place.index].become(blockName);

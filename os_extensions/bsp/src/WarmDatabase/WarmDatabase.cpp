@@ -1,17 +1,17 @@
+#include "bsp/WarmDatabase.hpp"
+
 #include "ColdRestart.hpp"
 #include "DDevIo.h"
 #include "DatabaseLog.hpp"
 #include "InitError.hpp"
 #include "Layout.hpp"
-#include "PrivateMemory.hpp"
-#include "SharedSyncArea.hpp"
-#include "bsp/ResetType.hpp"
+#include "ProcessShared.hpp"
+#include "SharedMemory.hpp"
 
 #include <cassert>
 #include <cerrno>
 #include <cstring>
 
-#include <fcntl.h>
 #include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -21,52 +21,60 @@ namespace {
 
 [[maybe_unused]] const LogModule& logAtStartup = databaseLog();
 
-// These two belong to the instance; they stand here because the class is part of the interface.
+// What follows belongs to the one instance; it stands here because the class is part of the
+// interface.
 
 // A process that is forked later has a copy of the instance, but has made nothing.
 pid_t maker = 0;
 
-// A private area says nothing about the unit's own.
-bool areaIsShared = false;
+// Of the lock that this thread has taken with lock().
+constinit thread_local DatabaseLock::Hold held;
+
+constinit WarmArea reserveWarmArea{};
+constinit SyncArea reserveSyncArea{};
 
 struct DeviceMemory {
-    std::byte* memory; // null, with errno set, when it cannot be mapped
+    std::byte* memory; // null when it cannot be mapped
     bool opened;
+    int error; // of the mapping
 };
 
 DeviceMemory mapDevice() {
     const int handle = DDevIo_open(WarmAreaDevice);
     if (handle < 0) {
-        return {nullptr, false};
+        return {nullptr, false, 0};
     }
     void* const memory = mmap(
         nullptr, WarmAreaSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_LOCKED,
         DDevIo_getFileDescriptor(handle), 0);
-    const ErrnoGuard errnoOfMapping;
+    const int error = errno;
     DDevIo_close(handle);
-    return {memory != MAP_FAILED ? static_cast<std::byte*>(memory) : nullptr, true};
+    return {memory != MAP_FAILED ? static_cast<std::byte*>(memory) : nullptr, true, error};
 }
 
-// Null, with errno set, when the semaphore can be neither created nor opened. One that exists may
-// be opened also where none could be created, as on a full file system.
-sem_t* createSemaphore(bool& created) {
-    while (true) {
-        sem_t* semaphore = sem_open(DatabaseSemaphoreName, O_CREAT | O_EXCL, 0666, 0);
-        created = semaphore != SEM_FAILED;
-        if (created) {
-            return semaphore;
-        }
-        const int creationError = errno;
-        semaphore = sem_open(DatabaseSemaphoreName, 0);
-        if (semaphore != SEM_FAILED) {
-            return semaphore;
-        }
-        const bool goneInBetween = creationError == EEXIST && errno == ENOENT;
-        if (!goneInBetween) {
-            errno = creationError != EEXIST ? creationError : errno;
-            return nullptr;
-        }
+int initialiseSyncArea(std::byte* memory) {
+    return initialiseProcessShared(reinterpret_cast<SyncArea*>(memory)->mutexes);
+}
+
+void useRunRecord() {
+    RunRecord* const record = openRunRecord();
+    if (record == nullptr) {
+        BSP_LOG(
+            databaseLog(), 2, "Warning: no ", RunRecordName,
+            ", the death of a process is not noticed, error: ", std::strerror(errno));
     }
+    databaseLock().useRecord(record);
+}
+
+DatabaseLock::Result makeSemaphore(const WarmDatabase& database) {
+    cold_restart::noteDue();
+    const ResetType cause = getResetType(); // not to be asked while the lock is held
+    DatabaseLock::Hold hold;
+    const auto result = databaseLock().makeSemaphore(hold);
+    if (result == DatabaseLock::Result::Done) {
+        cold_restart::handle(cause, hold, database);
+    }
+    return result;
 }
 
 } // namespace
@@ -82,27 +90,22 @@ WarmDatabase::WarmDatabase() {
     pthread_atfork(nullptr, nullptr, [] { maker = 0; });
     try {
         memoryMapTheDatabase();
-        if (initDatabaseSemaphore()) {
-            const SemLockGuard heldSinceCreation(m_databaseSemaphore, std::adopt_lock);
-            clearDatabaseIfColdRestart();
-        }
+        useRunRecord();
+        m_databaseSemaphoreCreated = initDatabaseSemaphore();
         initBlockSynchronization();
     } catch (...) {
         reportCaught(databaseLog(), __func__);
     }
     if (m_mappedMemory == nullptr) {
-        m_mappedMemory = private_memory::makeWarmArea();
+        m_mappedMemory = makePrivateArea(WarmAreaSize, &reserveWarmArea);
     }
     if (m_blockSync == nullptr) {
-        m_blockSync = private_memory::makeSyncArea();
+        m_blockSync = makePrivateArea(SyncAreaSize, &reserveSyncArea);
     }
 }
 
+// Mappings and handles are left to the system: other threads may be using them to the very end.
 WarmDatabase::~WarmDatabase() {
-    private_memory::releaseWarmArea(m_mappedMemory);
-    if (m_databaseSemaphore != nullptr) {
-        sem_close(m_databaseSemaphore);
-    }
     const bool namesAreOurs = getpid() == maker;
     if (m_databaseSemaphoreCreated && namesAreOurs) {
         sem_unlink(DatabaseSemaphoreName);
@@ -114,53 +117,52 @@ WarmDatabase::~WarmDatabase() {
 
 void WarmDatabase::memoryMapTheDatabase() {
     const DeviceMemory device = mapDevice();
-    areaIsShared = device.memory != nullptr;
-    if (areaIsShared) {
-        m_mappedMemory = device.memory;
-    } else {
-        const ErrnoGuard errnoOfMapping;
-        m_mappedMemory = private_memory::makeWarmArea();
-    }
+    const bool shared = device.memory != nullptr;
+    m_mappedMemory = shared ? device.memory : makePrivateArea(WarmAreaSize, &reserveWarmArea);
+    cold_restart::useArea(m_mappedMemory, shared);
     if (!device.opened) {
         BSP_LOG(databaseLog(), 1, InitError);
-    } else if (!areaIsShared) {
-        BSP_LOG(databaseLog(), 1, InitError, ", error: ", std::strerror(errno));
+    } else if (!shared) {
+        BSP_LOG(databaseLog(), 1, InitError, ", error: ", std::strerror(device.error));
     }
     assert(m_mappedMemory != nullptr);
 }
 
 bool WarmDatabase::initDatabaseSemaphore() {
-    m_databaseSemaphore = createSemaphore(m_databaseSemaphoreCreated);
-    if (m_databaseSemaphore == nullptr) {
-        BSP_LOG(databaseLog(), 1, "error in sem_open error: ", std::strerror(errno));
-    }
-    return m_databaseSemaphoreCreated;
-}
-
-void WarmDatabase::clearDatabaseIfColdRestart() {
-    if (getResetType() != ResetType::Cold) {
-        BSP_LOG(databaseLog(), 5, "WARM restart, leaving database as is.");
-    } else if (areaIsShared && cold_restart::isHandled()) {
-        BSP_LOG(databaseLog(), 5, "COLD restart already handled, leaving database as is.");
-    } else {
-        BSP_LOG(databaseLog(), 5, "COLD restart, clearing database.");
-        std::memset(m_mappedMemory, 0, WarmAreaSize);
-        if (areaIsShared) {
-            cold_restart::markHandled();
+    using Result = DatabaseLock::Result;
+    Result opened = Result::TryOther;
+    Result made = Result::TryOther;
+    while (opened == Result::TryOther && made == Result::TryOther) {
+        opened = databaseLock().openSemaphore();
+        if (opened == Result::TryOther) {
+            made = makeSemaphore(*this);
         }
     }
-    logNamesOfUsedBlocks();
+    if (opened == Result::Failed || made == Result::Failed) {
+        BSP_LOG(databaseLog(), 1, "error in sem_open error: ", std::strerror(errno));
+    }
+    return made == Result::Done;
 }
 
 void WarmDatabase::initBlockSynchronization() {
-    const SharedSyncArea area = openSharedSyncArea();
+    SharedObject area = openSharedObject(SyncAreaName, SyncAreaSize, initialiseSyncArea);
     if (area.memory == nullptr) {
         BSP_LOG(databaseLog(), 1, "error in shm_open error: ", std::strerror(errno));
-        m_blockSync = private_memory::makeSyncArea();
         return;
     }
+    area.descriptor.release(); // it stays open
     m_blockSync = area.memory;
     m_blockSyncCreated = area.created;
+}
+
+void WarmDatabase::lock() {
+    cold_restart::lock(held, *this);
+}
+
+void WarmDatabase::unlock() {
+    const DatabaseLock::Hold hold = held;
+    databaseLock().give(hold);
+    report(hold);
 }
 
 } // namespace os::bsp::dtcm

@@ -1,14 +1,16 @@
 #include "bsp/WarmSlot.hpp"
 
-#include "Log.hpp"
 #include "ProcessShared.hpp"
+#include "SlotLog.hpp"
+#include "SlotMutex.hpp"
 #include "WarmDatabase/InitError.hpp"
 #include "bsp/WarmDatabase.hpp"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <system_error>
+#include <mutex>
+#include <span>
 
 namespace os::bsp {
 
@@ -17,27 +19,7 @@ namespace {
 constexpr const char* ObjectName = "SLOT";
 constexpr int NotSet = -1;
 
-LogModule& slotLog() {
-    static LogModule module("bsp.networking", "os_extensions/bsp/src/WarmSlot");
-    return module;
-}
-
 [[maybe_unused]] const LogModule& logAtStartup = slotLog();
-
-class MutexLock {
-public:
-    explicit MutexLock(pthread_mutex_t& mutex) : m_mutex(mutex) {
-        if (const int error = pthread_mutex_lock(&mutex); error != 0) {
-            throw std::system_error(error, std::generic_category());
-        }
-    }
-    ~MutexLock() { pthread_mutex_unlock(&m_mutex); }
-    MutexLock(const MutexLock&) = delete;
-    MutexLock& operator=(const MutexLock&) = delete;
-
-private:
-    pthread_mutex_t& m_mutex;
-};
 
 } // namespace
 
@@ -102,18 +84,24 @@ int WarmSlot::get() const {
     if (!m_valid) {
         return NotSet;
     }
-    const MutexLock lock(m_slotObject->mutex);
-    BSP_LOG(slotLog(), 6, "SlotId is: ", m_slotObject->slotId);
-    return m_slotObject->slotId;
+    std::int32_t slotId = NotSet;
+    {
+        const SlotLock lock(m_slotObject->mutex);
+        slotId = m_slotObject->slotId;
+    }
+    BSP_LOG(slotLog(), 6, "SlotId is: ", slotId);
+    return slotId;
 }
 
 void WarmSlot::set(int const& slotId) {
     if (!m_valid) {
         return;
     }
-    const MutexLock lock(m_slotObject->mutex);
+    {
+        const SlotLock lock(m_slotObject->mutex);
+        m_slotObject->slotId = slotId;
+    }
     BSP_LOG(slotLog(), 5, "Setting slotId to: ", slotId);
-    m_slotObject->slotId = slotId;
 }
 
 WarmSlot& slotInstance() {

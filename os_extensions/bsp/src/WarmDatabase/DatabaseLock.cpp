@@ -1,0 +1,221 @@
+#include "DatabaseLock.hpp"
+
+#include "DatabaseLog.hpp"
+#include "Layout.hpp"
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <thread>
+
+#include <fcntl.h>
+
+namespace os::bsp::dtcm {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Only a process that knows nothing of the record is waited for in these steps.
+constexpr auto WaitingStep = 1ms;
+
+// How long a semaphore that may be held by nobody is tried for: somebody may hold it after all.
+constexpr auto OrphanPatience = 1s;
+
+constexpr std::uint32_t bitOf(std::uint32_t number) {
+    return std::uint32_t{1} << number % 32;
+}
+
+// In the order of the program, for whoever reads it after this process has died.
+template <class Value>
+void store(std::atomic<Value>& place, Value value) {
+    place.store(value, std::memory_order_release);
+}
+
+void waitAlone(sem_t* semaphore, DatabaseLock::Hold& hold) {
+    hold.error = waitFor(semaphore);
+    hold.semaphore = hold.error == 0;
+}
+
+// Never above 1: whoever was taken for dead may have posted after all.
+void post(sem_t* semaphore) {
+    int value = 0;
+    if (sem_getvalue(semaphore, &value) == 0 && value == 0) {
+        sem_post(semaphore);
+    }
+}
+
+} // namespace
+
+int waitFor(sem_t* semaphore) {
+    while (sem_wait(semaphore) == -1) {
+        if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+DatabaseLock::Result DatabaseLock::openSemaphore() {
+    while (true) {
+        const std::uint32_t before = m_record != nullptr ? m_record->count.load() : 0;
+        sem_t* const semaphore = sem_open(DatabaseSemaphoreName, 0);
+        if (semaphore == SEM_FAILED) {
+            return errno == ENOENT ? Result::TryOther : Result::Failed;
+        }
+        // The count goes up before a semaphore is made: it is that one's number, or an older one's.
+        if (m_record == nullptr || m_record->count == before) {
+            m_semaphore = semaphore;
+            m_number = before;
+            return Result::Done;
+        }
+        sem_close(semaphore);
+    }
+}
+
+// While it is being made it is noted as one that nobody may hold: so it is when this process dies,
+// or fails for want of memory with the semaphore already there.
+DatabaseLock::Result DatabaseLock::makeSemaphore(Hold& hold) {
+    const bool recorded = m_record != nullptr && takeMutex(hold);
+    // Asked again: the number of one that is there must not change.
+    if (recorded && openSemaphore() != Result::TryOther) {
+        give(hold);
+        return Result::TryOther;
+    }
+    const std::uint32_t number = recorded ? m_record->count + 1 : 0;
+    if (recorded) {
+        m_record->orphans |= bitOf(number);
+        m_record->count = number;
+    }
+    sem_t* const semaphore = sem_open(DatabaseSemaphoreName, O_CREAT | O_EXCL, 0666, 0);
+    const int error = errno;
+    if (semaphore != SEM_FAILED) {
+        m_semaphore = semaphore;
+        m_number = number;
+        hold.semaphore = true;
+    }
+    if (recorded) {
+        finishMaking(number, !hold.semaphore && error != EEXIST);
+    }
+    if (hold.semaphore) {
+        return Result::Done;
+    }
+    give(hold);
+    errno = error;
+    return error == EEXIST ? Result::TryOther : Result::Failed;
+}
+
+void DatabaseLock::finishMaking(std::uint32_t number, bool leftBehind) {
+    if (m_semaphore != nullptr) {
+        store(m_record->semaphore, number);
+        store(m_record->progress, Progress::Holding);
+    }
+    if (!leftBehind) {
+        m_record->orphans &= ~bitOf(number);
+    }
+}
+
+void DatabaseLock::take(Hold& hold) {
+    hold = {};
+    const bool recorded = m_record != nullptr && takeMutex(hold);
+    if (m_semaphore != nullptr && recorded) {
+        takeSemaphore(hold);
+    } else if (m_semaphore != nullptr) {
+        waitAlone(m_semaphore, hold);
+    }
+}
+
+void DatabaseLock::give(const Hold& hold) {
+    if (hold.semaphore && hold.mutex) {
+        store(m_record->progress, Progress::Moving);
+        post(m_semaphore);
+        store(m_record->progress, Progress::Away);
+    } else if (hold.semaphore) {
+        post(m_semaphore);
+    }
+    if (hold.mutex) {
+        pthread_mutex_unlock(&m_record->mutex);
+    }
+}
+
+bool DatabaseLock::takeMutex(Hold& hold) {
+    const int result = pthread_mutex_lock(&m_record->mutex);
+    hold.tookOver = result == EOWNERDEAD;
+    hold.mutex = result == 0 || hold.tookOver;
+    if (hold.tookOver) {
+        succeed();
+        pthread_mutex_consistent(&m_record->mutex);
+    }
+    return hold.mutex;
+}
+
+// A semaphore that the dead owner held is this process's now, if it is the same one. Otherwise it
+// is noted for those who have it, as is one that was just being taken or posted.
+void DatabaseLock::succeed() {
+    const Progress progress = m_record->progress;
+    const std::uint32_t number = m_record->semaphore;
+    const bool same = m_semaphore != nullptr && number == m_number;
+    if (progress == Progress::Away || (progress == Progress::Holding && same)) {
+        return;
+    }
+    m_record->orphans |= bitOf(number);
+    store(m_record->progress, Progress::Away);
+}
+
+// This process is away from the semaphore while it sleeps: it may die in that time, but not be
+// taken for a holder.
+void DatabaseLock::takeSemaphore(Hold& hold) {
+    hold.semaphore = m_record->progress == Progress::Holding; // as it was left to this process
+    if (hold.semaphore || tryTake(hold)) {
+        return;
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    const bool orphan = (m_record->orphans & bitOf(m_number)) != 0;
+    while (hold.error == 0 && !tryTake(hold)) {
+        std::this_thread::sleep_for(WaitingStep);
+        if (orphan && std::chrono::steady_clock::now() - begin > OrphanPatience) {
+            adopt(hold);
+            return;
+        }
+    }
+}
+
+bool DatabaseLock::tryTake(Hold& hold) {
+    store(m_record->semaphore, m_number);
+    store(m_record->progress, Progress::Moving);
+    if (sem_trywait(m_semaphore) == 0) {
+        adopt(hold);
+        return true;
+    }
+    const int error = errno;
+    store(m_record->progress, Progress::Away);
+    hold.error = error == EAGAIN || error == EINTR ? 0 : error;
+    return false;
+}
+
+void DatabaseLock::adopt(Hold& hold) {
+    store(m_record->progress, Progress::Holding);
+    hold.semaphore = true;
+    if (const std::uint32_t bit = bitOf(m_number); (m_record->orphans & bit) != 0) {
+        m_record->orphans &= ~bit;
+    }
+}
+
+void report(const DatabaseLock::Hold& hold) {
+    if (hold.tookOver) {
+        BSP_LOG_AT(
+            databaseLog(), 2, __LINE__, "lock",
+            "Warning: a process died with the database lock, it was taken over");
+    }
+    if (hold.error != 0) {
+        BSP_LOG_AT(
+            databaseLog(), 1, __LINE__, "lock",
+            "error in sem_wait error: ", std::strerror(hold.error));
+    }
+}
+
+DatabaseLock& databaseLock() {
+    static constinit DatabaseLock lock;
+    return lock;
+}
+
+} // namespace os::bsp::dtcm

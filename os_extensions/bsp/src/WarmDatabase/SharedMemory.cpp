@@ -1,0 +1,97 @@
+#include "SharedMemory.hpp"
+
+#include "FileLock.hpp"
+#include "Log.hpp"
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+namespace os::bsp::dtcm {
+namespace {
+
+using posix::FileDescriptor;
+
+// O_CREAT without O_EXCL is refused on somebody else's file where the system protects those.
+FileDescriptor openOrCreate(const char* name) {
+    while (true) {
+        FileDescriptor object = FileDescriptor::own(shm_open(name, O_RDWR, 0));
+        if (object || errno != ENOENT) {
+            return object;
+        }
+        FileDescriptor made = FileDescriptor::own(shm_open(name, O_CREAT | O_EXCL | O_RDWR, 0666));
+        if (made || errno != EEXIST) {
+            return made;
+        }
+    }
+}
+
+bool isFinished(const FileDescriptor& object, std::size_t size) {
+    struct stat status {};
+    return fstat(object.get(), &status) == 0 && status.st_size == static_cast<off_t>(size);
+}
+
+// Allocated for good: on a full file system this is an error here, not a signal later.
+bool allocate(const FileDescriptor& object, off_t size) {
+    if (ftruncate(object.get(), size) == -1) {
+        return false;
+    }
+    do {
+        errno = posix_fallocate(object.get(), 0, size);
+    } while (errno == EINTR);
+    return errno == 0;
+}
+
+std::byte* map(const FileDescriptor& object, std::size_t size) {
+    void* const memory =
+        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_LOCKED, object.get(), 0);
+    return memory != MAP_FAILED ? static_cast<std::byte*>(memory) : nullptr;
+}
+
+// Larger than it will be while it is worked on; its exact size comes last.
+std::byte* make(
+    const FileDescriptor& object, std::size_t size, int (*initialise)(std::byte* memory)) {
+    const auto finishedSize = static_cast<off_t>(size);
+    std::byte* const memory = allocate(object, finishedSize + 1) ? map(object, size) : nullptr;
+    if (memory == nullptr) {
+        return nullptr;
+    }
+    errno = initialise(memory);
+    if (errno == 0 && ftruncate(object.get(), finishedSize) == 0) {
+        return memory;
+    }
+    const ErrnoGuard errnoOfFinishing;
+    munmap(memory, size);
+    return nullptr;
+}
+
+} // namespace
+
+SharedObject openSharedObject(
+    const char* name, std::size_t size, int (*initialise)(std::byte* memory)) {
+    FileDescriptor object = openOrCreate(name);
+    if (!object) {
+        return {nullptr, false, std::move(object)};
+    }
+    if (isFinished(object, size)) {
+        std::byte* const memory = map(object, size);
+        return {memory, false, std::move(object)};
+    }
+    const posix::FileLock lock(object.get());
+    if (!lock) {
+        return {nullptr, false, std::move(object)};
+    }
+    const bool create = !isFinished(object, size);
+    std::byte* const memory = create ? make(object, size, initialise) : map(object, size);
+    return {memory, create, std::move(object)};
+}
+
+std::byte* makePrivateArea(std::size_t size, void* reserve) {
+    void* const memory =
+        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return static_cast<std::byte*>(memory != MAP_FAILED ? memory : reserve);
+}
+
+} // namespace os::bsp::dtcm

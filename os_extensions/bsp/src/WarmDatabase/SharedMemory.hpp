@@ -1,0 +1,29 @@
+/// Memory that the processes of one system run share, and what stands in its place.
+#pragma once
+
+#include "FileDescriptor.hpp"
+
+#include <cstddef>
+
+namespace os::bsp::dtcm {
+
+struct SharedObject {
+    std::byte* memory; // null, with errno set, when it can be neither opened nor made
+    bool created;      // by this process
+    posix::FileDescriptor descriptor;
+};
+
+/// Opens the shared-memory object `name` of `size` bytes, or makes it: `initialise` fills its
+/// memory then, and returns 0 or an error number.
+///
+/// Only an object of exactly this size is finished. Whoever finds any other size, be it new or left
+/// behind by a maker that was killed, makes it, under a lock of the file that ends with its owner.
+/// So of all processes that ask at once, one makes the object, and all others get it finished.
+SharedObject openSharedObject(
+    const char* name, std::size_t size, int (*initialise)(std::byte* memory));
+
+/// Zero-filled memory of this process alone, in place of an area that cannot be shared: mapped, or
+/// where that fails, `reserve`. Never given back: other threads may use it to the very end.
+std::byte* makePrivateArea(std::size_t size, void* reserve);
+
+} // namespace os::bsp::dtcm

@@ -1,0 +1,83 @@
+#include "SlotMutex.hpp"
+
+#include "ProcessShared.hpp"
+#include "SlotLog.hpp"
+#include "bsp/WarmDatabase.hpp"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstddef>
+#include <cstring>
+#include <ctime>
+#include <mutex>
+#include <system_error>
+
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace os::bsp {
+namespace {
+
+constexpr long WaitNanoseconds = 250'000'000;
+constexpr int WaitsWithoutChange = 4;
+
+using Bytes = std::array<std::byte, sizeof(pthread_mutex_t)>;
+
+Bytes bytesOf(const pthread_mutex_t& mutex) {
+    Bytes bytes{};
+    std::memcpy(bytes.data(), &mutex, sizeof mutex);
+    return bytes;
+}
+
+int waitOnce(pthread_mutex_t& mutex) {
+    timespec end{};
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    end.tv_nsec += WaitNanoseconds;
+    end.tv_sec += end.tv_nsec / 1'000'000'000;
+    end.tv_nsec %= 1'000'000'000;
+    return pthread_mutex_clocklock(&mutex, CLOCK_MONOTONIC, &end);
+}
+
+// Whether this process has made it anew: another one may have been faster. Those who sleep on it
+// without a time limit would never look at it again.
+bool makeAnew(pthread_mutex_t& mutex, const Bytes& seen) {
+    const std::lock_guard lock(dtcm::WarmDatabase::getInstance());
+    if (bytesOf(mutex) != seen) {
+        return false;
+    }
+    initialiseProcessShared({&mutex, 1});
+    syscall(SYS_futex, &mutex, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+    return true;
+}
+
+int waitAndRepair(pthread_mutex_t& mutex) {
+    int unchanged = 0;
+    while (true) {
+        const Bytes before = bytesOf(mutex);
+        if (const int result = waitOnce(mutex); result != ETIMEDOUT) {
+            return result;
+        }
+        unchanged = bytesOf(mutex) == before ? unchanged + 1 : 0;
+        if (unchanged >= WaitsWithoutChange && makeAnew(mutex, before)) {
+            BSP_LOG_AT(
+                slotLog(), 2, __LINE__, "WarmSlot",
+                "Warning: the mutex of the SLOT object has lost its owner, it was made anew");
+        }
+    }
+}
+
+} // namespace
+
+SlotLock::SlotLock(pthread_mutex_t& mutex) : m_mutex(mutex) {
+    int result = pthread_mutex_trylock(&mutex);
+    if (result == EBUSY) {
+        result = waitAndRepair(mutex);
+    }
+    if (result != 0) {
+        throw std::system_error(result, std::generic_category());
+    }
+}
+
+} // namespace os::bsp
