@@ -12,6 +12,7 @@
 
 #include <sys/mman.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <zlib.h>
 
@@ -133,6 +134,7 @@ TEST(KernelRState, BannerIsFoundAndParsed) {
     expectKernel({
         {archiveOf("Linux version 3.10.108.ABCDEFGHIJ"), "ABCDEFG"},
         {archiveOf("Linux version 4.14.78-rt44"), "kept"},
+        {archiveOf("Linux version 4.9.0.-"), "kept"},
         {archiveOf("Linux versionX4.9.0.r1z"), "r1z"},
         {archiveOf("Linux version  +4. -9.\t0.R1"), "R1"},
         {archiveOf("Linux version 4 .9.0.R1"), "kept"},
@@ -193,11 +195,13 @@ TEST(KernelRState, EveryFailureIsTold) {
     const std::string input = "Input/output error\n";
     const std::string seek = Kernel + "lseek(zImage, ";
     const std::string failed = ", SEEK_SET) failed for /tmp/z\n";
+    ASSERT_EQ(mkfifo("/tmp/fifo", 0600), 0); // without a writer
     expectKernel({
         {"", Kernel + "Invalid buffer size: 7\n", {}, nullptr, 7},
         {"", Kernel + "Undefined buffer\n", {}, File, 8, 0, nullptr},
         {"", Kernel + "Could not open file: /tmp/none\n", {}, "/tmp/none"},
         {"", seek + "0" + failed, {"lseek64", 1, EIO}},
+        {"", Kernel + "lseek(zImage, 0, SEEK_SET) failed for /tmp/fifo\n", {}, "/tmp/fifo"},
         {image, seek + "18992" + failed, {"lseek64", 2, EIO}},
         {image, Unreadable + "-1\n", {"read", 2, EIO}},
         {image, Inflate + "Read failed with errno = " + input, {"read", 99, EIO}},
@@ -213,8 +217,10 @@ TEST(KernelRState, WhatLiesAtTheTemporaryPathIsReplacedAndNeverFollowed) {
     std::filesystem::create_symlink("/dev/shm/victim", TemporaryFile);
     expectKernel({{Archive, "R2A05", {"unlink", 1, 0, 3}}});
     std::filesystem::create_hard_link("/dev/shm/victim", TemporaryFile);
-    expectKernel({{Archive, "R2A05", {"unlink", 1, 0, 3}}});
+    expectKernel({{Archive, "R2A05", {"unlink", 1, EPERM, 3}}}); // while it is another user's
     EXPECT_EQ(readFile("/dev/shm/victim"), "victim");
+    ASSERT_EQ(mkfifo(TemporaryFile, 0600), 0);
+    expectKernel({{Archive, NoTemporaryFile, {"unlink", 1, EPERM, 100000}}, {Archive, "R2A05"}});
     std::filesystem::create_directory(TemporaryFile);
     expectKernel({{Archive, NoTemporaryFile}});
 }
@@ -225,6 +231,18 @@ TEST(KernelRState, TemporaryFileIsItsOwnersAlone) {
     char rState[8];
     recordsOf(4, {"unlink", 2}, [&] { Bsp_getKernelRState(File, rState, 8); }); // the name stays
     EXPECT_EQ(std::filesystem::status(TemporaryFile).permissions(), std::filesystem::perms(0600));
+}
+
+// In the place of the closed stream the file's descriptor has to be moved, and cannot be.
+TEST(KernelRState, TheLastDescriptorLeavesNoFileBehind) {
+    writeFile(File, Archive);
+    const auto left = static_cast<rlim_t>(dup(STDIN_FILENO));
+    close(static_cast<int>(left));
+    const rlimit limit = {left + 1, left + 1};
+    ASSERT_EQ(close(STDIN_FILENO) + setrlimit(RLIMIT_NOFILE, &limit), 0);
+    char rState[8];
+    EXPECT_EQ(Bsp_getKernelRState(File, rState, sizeof rState), -1);
+    EXPECT_FALSE(std::filesystem::exists(TemporaryFile));
 }
 
 // What does not fill a chunk stays in the stream's buffer until the search begins.
@@ -286,6 +304,7 @@ TEST(Uboot, EveryFailureIsTold) {
     const std::string image = P + "A\n" + std::string(1000, '.') + R + "R1A\n";
     const std::string cannotOpen = "Failed to open u-boot device with name /tmp/none. errno = ";
     const std::string input = "Input/output error\n";
+    ASSERT_EQ(mkfifo("/tmp/fifo", 0600), 0); // without a writer
     writeFile("/tmp/huge", "");
     std::filesystem::resize_file("/tmp/huge", INT64_MAX);
     expectUboot({
@@ -295,6 +314,7 @@ TEST(Uboot, EveryFailureIsTold) {
         {"", Uboot + "Invalid buffer size: 0\n", {}, File, 4, 0},
         {"", Uboot + cannotOpen + "No such file or directory\n", {}, "/tmp/none"},
         {"", Uboot + "Failed to get size of /tmp/z. errno = " + input, {"lseek64", 1, EIO}},
+        {"", Uboot + "Failed to get size of /tmp/fifo. errno = Illegal seek\n", {}, "/tmp/fifo"},
         {"", Uboot + "Failed to set file offset. errno = " + input, {"lseek64", 2, EIO}},
         {"", Uboot + "Failed to allocate 9223372036854775808 bytes\n", {}, "/tmp/huge"},
         {image, Uboot + "Failed to read file. errno = " + input, {"read", 2, EIO}},

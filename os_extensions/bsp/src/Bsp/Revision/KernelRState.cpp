@@ -8,6 +8,7 @@
 #include <cerrno>
 
 #include <fcntl.h>
+#include <sched.h>
 
 namespace {
 
@@ -18,31 +19,36 @@ using posix::Stream;
 constexpr std::size_t RStateSize = 8;
 constexpr const char* TemporaryFile = "/dev/shm/zImage_tmp";
 
-// Another call may create the file between the two steps; it cannot go on doing that.
+// Another call may have created the file between the two steps, and where it is another user's, the
+// folder's sticky bit keeps it from being removed. It goes away at once, unless somebody left it.
 constexpr int CreationAttempts = 1000;
-
-FileDescriptor createTemporaryFile() {
-    for (int attempt = 0; attempt < CreationAttempts; ++attempt) {
-        if (unlink(TemporaryFile) == -1 && errno != ENOENT) {
-            break;
-        }
-        FileDescriptor file = FileDescriptor::own(
-            open(TemporaryFile, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-        if (file || errno != EEXIST) {
-            return file;
-        }
-    }
-    return FileDescriptor();
-}
 
 // The name is removed at once, so that a process that is killed leaves nothing behind and calls
 // that overlap each have a file of their own.
+int createTemporaryFile() {
+    for (int attempt = 0; attempt < CreationAttempts; ++attempt) {
+        if (unlink(TemporaryFile) == -1 && errno != ENOENT && errno != EPERM) {
+            return -1;
+        }
+        const int file =
+            open(TemporaryFile, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+        if (file != -1) {
+            unlink(TemporaryFile);
+            return file;
+        }
+        if (errno != EEXIST) {
+            return -1;
+        }
+        sched_yield();
+    }
+    return -1;
+}
+
 Stream openTemporaryFile() {
-    FileDescriptor file = createTemporaryFile();
+    FileDescriptor file = FileDescriptor::own(createTemporaryFile());
     if (!file) {
         return nullptr;
     }
-    unlink(TemporaryFile);
     Stream stream(fdopen(file.get(), "w+"));
     if (stream != nullptr) {
         file.release();
@@ -112,7 +118,9 @@ int Bsp_getKernelRState(const char* fileName, char* buffer, size_t size) {
     if (!areUsable(fileName, buffer, size)) {
         return -1;
     }
-    const FileDescriptor image = FileDescriptor::own(open(fileName, O_RDONLY | O_CLOEXEC));
+    // A FIFO is refused when it is sought in, without waiting for its writer before.
+    const FileDescriptor image =
+        FileDescriptor::own(open(fileName, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!image) {
         KERNEL_LOG(1, "Could not open file: ", fileName);
         return -1;

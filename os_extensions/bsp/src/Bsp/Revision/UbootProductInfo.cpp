@@ -121,7 +121,9 @@ int Bsp_getUbootProductInfo(
     if (!isUsable(product) || !isUsable(revision)) {
         return -1;
     }
-    const FileDescriptor device = FileDescriptor::own(open(deviceName, O_RDONLY | O_CLOEXEC));
+    // A FIFO is refused when its size is asked for, without waiting for its writer before.
+    const FileDescriptor device =
+        FileDescriptor::own(open(deviceName, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!device) {
         UBOOT_LOG(
             1, "Failed to open u-boot device with name ", deviceName,
