@@ -118,17 +118,23 @@ BSP_EXPORT int Idt_writeConfig(void);
 
 /// Reads the R-state of the kernel image `fileName`, the fourth part of the release in its version
 /// banner ("Linux version 4.9.0.R2A05" has R2A05), into `buffer`: at most 7 letters and digits and
-/// a zero; `size` is at least 8. Returns 0 when there is a banner, also one without a fourth part,
-/// which leaves the buffer alone; or -1, the buffer untouched and the reason on the trace
-/// "bsp.core". The image is inflated into "/dev/shm/zImage_tmp", which is gone after the call;
-/// calls may overlap.
+/// a zero; `size` is at least 8. The kernel is compressed with gzip, and that archive, the first in
+/// the image, begins within the first 64 KiB.
+///
+/// Returns 0 when there is a banner, also one without a fourth part, which leaves the buffer alone:
+/// initialise it. Or returns -1, the buffer untouched and the reason on the trace "bsp.core": at
+/// level 4 when the image is cut short, otherwise at level 1.
+///
+/// "/dev/shm" must have room for the inflated kernel during the call. It is in "zImage_tmp" there,
+/// a name that is removed as soon as the file is open; calls may overlap, also those of different
+/// users.
 BSP_EXPORT int Bsp_getKernelRState(const char* fileName, char* buffer, size_t size);
 
 /// Reads what the boot loader's image says behind "Product number: " and "R-state: " into the
 /// buffers, each of at least 1 byte: the text up to the end of the line or the first zero byte, cut
-/// to fit, with a zero; "Not found" where the label is missing. Returns 0, or -1, both buffers
-/// untouched and the reason on the trace "bsp.core", when the image cannot be read. Needs memory
-/// for the whole image during the call; calls may overlap.
+/// to fit, with a zero; "Not found" where the label is missing. Each label counts where it occurs
+/// first. Returns 0, or -1, both buffers untouched and the reason on the trace "bsp.core", when the
+/// image cannot be read. Needs memory for the whole image during the call; calls may overlap.
 BSP_EXPORT int Bsp_getUbootProductInfo(
     const char* deviceName, char* productNumber, size_t productNumberSize, char* rState,
     size_t rStateSize);
