@@ -40,17 +40,17 @@ extern "C" {
 BSP_EXPORT off_t lseek(int fd, off_t offset, int whence) {
     return answer(lseek, "lseek64", fd, offset, whence);
 }
-BSP_EXPORT ssize_t read(int fd, void* buffer, std::size_t count) {
-    return answer(read, "read", fd, buffer, std::min(count, LongestRead));
+BSP_EXPORT ssize_t read(int fd, void* buf, std::size_t nbytes) {
+    return answer(read, "read", fd, buf, std::min(nbytes, LongestRead));
 }
-BSP_EXPORT int fstat(int fd, struct stat* status) noexcept {
-    return answer(fstat, "fstat64", fd, status);
+BSP_EXPORT int fstat(int fd, struct stat* buf) noexcept {
+    return answer(fstat, "fstat64", fd, buf);
 }
-BSP_EXPORT int unlink(const char* path) noexcept {
-    return answer(unlink, "unlink", path);
+BSP_EXPORT int unlink(const char* name) noexcept {
+    return answer(unlink, "unlink", name);
 }
-BSP_EXPORT int inflateInit2_(z_streamp stream, int bits, const char* version, int size) {
-    return answer(inflateInit2_, "inflateInit2_", stream, bits, version, size);
+BSP_EXPORT int inflateInit2_(z_streamp strm, int windowBits, const char* version, int stream_size) {
+    return answer(inflateInit2_, "inflateInit2_", strm, windowBits, version, stream_size);
 }
 }
 

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <thread>
@@ -31,7 +32,6 @@ const std::string Find = "1 Bsp_findArchive(): ";
 const std::string Inflate = "1 Bsp_inflateArchive(): ";
 const std::string Unreadable = Find + "File error before archive found. read() returned ";
 const std::string CutShort = "4 Bsp_inflateArchive(): End-of-file reached\n";
-const std::string Search = "1 Bsp_findLinuxVersion(): ";
 const std::string Kernel = "1 Bsp_getKernelRState(): ";
 const std::string NoBanner = Kernel + "No Linux version found\n";
 const std::string NoTemporaryFile = Kernel + "Could not open tmp file: /dev/shm/zImage_tmp\n";
@@ -58,15 +58,14 @@ void expect(
         before.copy(Product, sizeof Product);
         before.copy(Buffer, sizeof Buffer);
         int result = 1;
-        const auto records = recordsOf(call.level, call.fault, [&] { result = function(call); });
-        const std::string values = Product == before.substr(0, 4) ? "" : Product + "|"s;
-        EXPECT_EQ(records + (result == 0 ? values + Buffer : ""), call.expected);
+        auto records = recordsOf(call.level, call.fault, [&] { result = function(call); });
+        const std::string product = Product == "kept"s ? "" : Product + "|"s;
+        EXPECT_EQ(result == 0 ? records.append(product).append(Buffer) : records, call.expected);
         EXPECT_TRUE(result == 0 || result == -1) << result;
-        const std::size_t written = result == 0 ? call.size : 0;
-        const std::size_t productWritten = result == 0 ? call.productSize : 0;
-        EXPECT_EQ(std::string(Buffer + written, Buffer + 40), before.substr(written));
-        EXPECT_EQ(
-            std::string(Product + productWritten, Product + 40), before.substr(productWritten));
+        const std::size_t size = result == 0 ? call.size : 0;
+        const std::size_t productSize = result == 0 ? call.productSize : 0;
+        EXPECT_EQ(std::memcmp(Buffer + size, &before[size], 40 - size), 0);
+        EXPECT_EQ(std::memcmp(Product + productSize, &before[productSize], 40 - productSize), 0);
         EXPECT_EQ(readFile("/proc/self/maps").find("zImage_tmp"), std::string::npos);
         EXPECT_FALSE(std::filesystem::is_regular_file(TemporaryFile));
     }
@@ -87,28 +86,17 @@ void expectUboot(std::initializer_list<Call> calls) {
 
 std::string archiveOf(const std::string& content, const char* mode = "wb1") {
     const auto file = posix::FileDescriptor::own(memfd_create("archive", 0));
-    const gzFile stream = gzdopen(dup(file.get()), mode);
+    gzFile_s* const stream = gzdopen(dup(file.get()), mode);
     gzwrite(stream, content.data(), static_cast<unsigned>(content.size()));
     gzclose(stream);
     return readFile("/proc/self/fd/" + std::to_string(file.get()));
 }
 
-/// A kernel of `size` incompressible bytes without a letter, the banner behind them.
 std::string kernelOf(const std::string& release, std::size_t size = 100000) {
-    std::string content = unit::noise(size);
-    for (char& byte : content) {
-        byte = static_cast<char>(byte & 0x3f);
-    }
-    return content + "Linux version " + release + " #1 SMP\n";
+    return unit::noise(size) + "\nLinux version " + release + " #1 SMP\n";
 }
 
 const std::string Archive = archiveOf(kernelOf("4.9.0.R2A05"));
-
-std::string changed(std::size_t offset, char byte) {
-    std::string archive = Archive;
-    archive[offset] = byte;
-    return archive;
-}
 
 TEST(KernelRState, ArchiveIsFoundAndInflated) {
     const std::string badData = Inflate + "inflate() failed with error -3\n";
@@ -121,11 +109,11 @@ TEST(KernelRState, ArchiveIsFoundAndInflated) {
         {std::string(65534, '.') + Archive, Find + "Couldn't find ZLIB header\n"},
         {"..\x1f\x8b", Find + "Couldn't find ZLIB header\n"},
         {"", Unreadable + "0\n"},
-        {changed(3, '\xe0'), badData},
-        {changed(Archive.size() - 6, 'x'), badData},
+        {Archive.substr(0, 3) + '\xe0' + Archive.substr(4), badData},
+        {Archive.substr(0, Archive.size() - 4) + "size", badData},
         {Archive.substr(0, 30000), CutShort},
         {Archive.substr(0, Archive.size() - 1), CutShort},
-        {archiveOf(""), Search + "unable to mmap temp image\n" + NoBanner},
+        {archiveOf(""), "1 Bsp_findLinuxVersion(): unable to mmap temp image\n" + NoBanner},
     });
 }
 
@@ -160,9 +148,6 @@ TEST(KernelRState, ChunksMayEndAnywhere) {
         archive[3] = 8;
         archive.insert(10, std::string(16384 - 11 - 5 * blocks, 'n') + '\0');
         expectKernel({{archive, "R1"}});
-    }
-    for (const std::size_t size : {16349, 16350, 16351}) {
-        expectKernel({{archiveOf(kernelOf("1.2.3.R1", size)), "R1"}});
     }
 }
 
@@ -207,7 +192,9 @@ TEST(KernelRState, EveryFailureIsTold) {
         {image, Inflate + "Read failed with errno = " + input, {"read", 99, EIO}},
         {image, repeated + repeated + "R2A05", {"read", 99, EINTR, 2}},
         {image, Inflate + "inflateInit2() failed with error -1\n", {"inflateInit2_", 1, EIO}},
-        {image, Search + "fstat failed with errno = " + input + NoBanner, {"fstat64", 1, EIO}},
+        {image,
+         "1 Bsp_findLinuxVersion(): fstat failed with errno = " + input + NoBanner,
+         {"fstat64", 1, EIO}},
     });
 }
 
@@ -223,13 +210,9 @@ TEST(KernelRState, WhatLiesAtTheTemporaryPathIsReplacedAndNeverFollowed) {
     expectKernel({{Archive, NoTemporaryFile, {"unlink", 1, EPERM, 100000}}, {Archive, "R2A05"}});
     std::filesystem::create_directory(TemporaryFile);
     expectKernel({{Archive, NoTemporaryFile}});
-}
-
-TEST(KernelRState, TemporaryFileIsItsOwnersAlone) {
+    std::filesystem::remove(TemporaryFile);
     umask(0);
-    writeFile(File, Archive);
-    char rState[8];
-    recordsOf(4, {"unlink", 2}, [&] { Bsp_getKernelRState(File, rState, 8); }); // the name stays
+    recordsOf(4, {"unlink", 2}, [] { Bsp_getKernelRState(File, Buffer, 8); });
     EXPECT_EQ(std::filesystem::status(TemporaryFile).permissions(), std::filesystem::perms(0600));
 }
 
@@ -251,7 +234,7 @@ TEST(KernelRState, SharedMemoryThatTakesNothingIsAnError) {
     const std::string full = "fseek failed with errno = No space left on device\n";
     expectKernel(
         {{Archive, Inflate + "fwrite() failed\n"},
-         {archiveOf(std::string(65636, 'x')), Search + full + NoBanner}});
+         {archiveOf(std::string(65636, 'x')), "1 Bsp_findLinuxVersion(): " + full + NoBanner}});
     ASSERT_EQ(mount("none", "/dev/shm", "tmpfs", MS_RDONLY, nullptr), 0);
     expectKernel({{Archive, NoTemporaryFile}});
 }
