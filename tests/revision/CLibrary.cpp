@@ -55,8 +55,9 @@ BSP_EXPORT int inflateInit2_(z_streamp strm, int windowBits, const char* version
 }
 
 std::string test::recordsOf(int level, const Fault& fault, const std::function<void()>& body) {
-    static const std::regex header(
-        R"(\[bsp\.core\] (\d) os_extensions/bsp/src/Bsp:\d+ (\w+): (ENTER \2\(|\2\(\): ))");
+    // Nothing else is a record, such as what a sanitizer tells.
+    static const std::regex record(
+        R"(\[bsp\.core\] (\d) os_extensions/bsp/src/Bsp:\d+ (\w+): ((ENTER \2\(|\2\(\): ).*\n))");
     TolvTrace_setLevel("bsp.core", level);
     testing::internal::CaptureStderr();
     const int descriptor = nextDescriptor();
@@ -64,7 +65,9 @@ std::string test::recordsOf(int level, const Fault& fault, const std::function<v
     body();
     pending = {};
     EXPECT_EQ(nextDescriptor(), descriptor);
-    const auto log = std::regex_replace(testing::internal::GetCapturedStderr(), header, "$1 $3");
+    const auto log = std::regex_replace(
+        testing::internal::GetCapturedStderr(), record, "$1 $3",
+        std::regex_constants::format_no_copy);
     const std::regex first("fd=" + std::to_string(descriptor) + "\\)");
     return std::regex_replace(log, first, "fd=first)");
 }

@@ -248,7 +248,7 @@ TEST(KernelRState, OverlappingCallsEachGetTheirAnswer) {
         }
     };
     writeFile("/tmp/R1A", archiveOf(kernelOf("1.2.3.R1A")));
-    writeFile("/tmp/R2B", archiveOf(kernelOf("1.2.3.R2B")));
+    writeFile("/tmp/R2B", archiveOf(kernelOf("1.2.3.R2B", 99999)));
     const std::jthread other(ask, "R1A");
     ask("R2B");
 }
