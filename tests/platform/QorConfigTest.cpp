@@ -8,7 +8,20 @@
 #include <system_error>
 
 #include <csignal>
+#include <sys/stat.h>
 #include <unistd.h>
+
+namespace {
+
+std::function<void()> onFsync = [] {
+};
+
+} // namespace
+
+extern "C" __attribute__((visibility("default"))) int fsync(int /*fd*/) {
+    onFsync();
+    return 0;
+}
 
 namespace {
 
@@ -23,10 +36,34 @@ TEST(Store, RefusesWhatIsNoFileName) {
     }
 }
 
+TEST(Store, ValuesAreForEveryReader) {
+    std::filesystem::create_directories(unit::Config);
+    const auto modeOfNewValue = [] {
+        EXPECT_TRUE(QorConfig().setValue("key", "x"));
+        return static_cast<int>(std::filesystem::status(unit::Config / "key").permissions());
+    };
+    umask(077);
+    EXPECT_EQ(modeOfNewValue(), 0644);
+    chmod((unit::Config / "key").c_str(), 0640);
+    EXPECT_EQ(modeOfNewValue(), 0640);
+}
+
+TEST(Store, ForkedChildDoesNotKeepTheLock) {
+    std::filesystem::create_directories(unit::Config);
+    std::vector<std::unique_ptr<Child>> children;
+    onFsync = [&] {
+        children.push_back(std::make_unique<Child>([] { pause(); }));
+    };
+    alarm(10); // or it waits for the children
+    EXPECT_TRUE(QorConfig().setValue("key", "x"));
+    EXPECT_TRUE(QorConfig().clearValue("key"));
+    EXPECT_TRUE(QorConfig().setValue("key", "y"));
+}
+
 TEST(Store, KilledWriterLeavesOldOrNewValue) {
     std::filesystem::create_directories(unit::Config);
-    const std::string old(3000, 'o');
-    const std::string fresh(4000, 'n');
+    const std::string old(5000, 'o');
+    const std::string fresh(6000, 'n');
     for (int round = 0; round < 100; ++round) {
         ASSERT_TRUE(QorConfig().setValue("key", old));
         Child writer([&] {

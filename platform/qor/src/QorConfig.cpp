@@ -17,7 +17,7 @@ using posix::FileDescriptor;
 using posix::FileLock;
 
 // One writer at a time holds the folder's lock, so one name is enough, and what a killed writer
-// left under it is overwritten by the next. No key begins with a dot.
+// left under it is removed by the next. No key begins with a dot.
 constexpr const char* NewValueName = ".new";
 
 bool isFileName(std::string_view key) {
@@ -40,10 +40,19 @@ bool writeWhole(const FileDescriptor& file, std::string_view text) {
     return true;
 }
 
-bool writeNewValue(const FileDescriptor& folder, std::string_view value) {
-    const FileDescriptor file = FileDescriptor::own(openat(
-        folder.get(), NewValueName, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644));
-    return file && writeWhole(file, value) && fsync(file.get()) == 0;
+// Every program of the unit reads the store, whatever the umask of the one that wrote a value.
+mode_t modeOf(const FileDescriptor& folder, const std::string& name) {
+    struct stat status {};
+    const bool isThere = fstatat(folder.get(), name.c_str(), &status, 0) == 0;
+    return isThere && S_ISREG(status.st_mode) ? status.st_mode & 0777 : 0644;
+}
+
+bool writeNewValue(const FileDescriptor& folder, mode_t mode, std::string_view value) {
+    unlinkat(folder.get(), NewValueName, 0);
+    const FileDescriptor file = FileDescriptor::own(
+        openat(folder.get(), NewValueName, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    return file && fchmod(file.get(), mode) == 0 && writeWhole(file, value) &&
+           fsync(file.get()) == 0;
 }
 
 [[noreturn]] void throwUnreadable(std::string_view key) {
@@ -65,13 +74,14 @@ std::string QorConfig::getValue(std::string_view key) const {
 }
 
 bool QorConfig::setValue(std::string_view key, std::string_view value) {
+    const std::string name(key);
     const FileDescriptor folder = openFolder();
     const FileLock lock(folder.get());
     if (!isFileName(key) || !lock) {
         return false;
     }
-    if (!writeNewValue(folder, value) ||
-        renameat(folder.get(), NewValueName, folder.get(), std::string(key).c_str()) == -1) {
+    if (!writeNewValue(folder, modeOf(folder, name), value) ||
+        renameat(folder.get(), NewValueName, folder.get(), name.c_str()) == -1) {
         unlinkat(folder.get(), NewValueName, 0);
         return false;
     }
@@ -82,6 +92,7 @@ bool QorConfig::clearValue(std::string_view key) {
     if (!isFileName(key)) {
         return false;
     }
+    const std::string name(key);
     const FileDescriptor folder = openFolder();
     if (!folder) {
         return errno == ENOENT;
@@ -90,7 +101,6 @@ bool QorConfig::clearValue(std::string_view key) {
     if (!lock) {
         return false;
     }
-    const std::string name(key);
     // Asked first: a read-only store refuses to remove what is not there.
     if (faccessat(folder.get(), name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == -1 && errno == ENOENT) {
         return true;
