@@ -20,7 +20,7 @@ constinit std::atomic<ResetType> knownType = ResetType::Unknown;
 
 ResetType readRegister() {
     const auto device = DDevIo::Factory::getInstance().createUnique(
-        RegisterDevice, std::make_unique<DDevIo::PthreadMutex>(DDevIo::PthreadMutexType::Default));
+        RegisterDevice, std::make_unique<DDevIo::PthreadMutex>(DDevIo::PthreadMutexType{}));
     auto* const registers = dynamic_cast<DDevIo::Device<unsigned int>*>(device.get());
     auto value = static_cast<unsigned int>(ResetType::Unknown);
     if (registers != nullptr) {

@@ -18,7 +18,8 @@ enum class PthreadMutexType : int { Default = 0, Recursive = 1, ErrorChecking = 
 /// the object stays usable, and errno is as before.
 class PthreadMutex : public IMutex {
 public:
-    /// Usable at once. Throws std::system_error when the mutex cannot be made.
+    /// Usable at once. Throws std::system_error when the mutex cannot be made, or the type is none
+    /// of the above.
     explicit PthreadMutex(PthreadMutexType type);
     ~PthreadMutex() override;
     PthreadMutex(const PthreadMutex&) = delete;
