@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <regex>
+#include <system_error>
+#include <thread>
 
 #include <unistd.h>
 
@@ -37,6 +39,22 @@ TEST(Trace, RecordIsOneLine) {
                              "[name] 2 dir/file:12 function: two\\x0alines\\x7f!\n");
 }
 
+TEST(Trace, RecordIsNoCancellationPoint) {
+    TolvTrace trace("name", TolvTraceLevel{3});
+    CaptureStderr();
+    bool cancelled = false;
+    std::thread([&] {
+        pthread_cancel(pthread_self());
+        trace.beginLogMsg(TolvTraceLevel{1}, Header);
+        trace.endLogMsg();
+        cancelled = true;
+        pthread_testcancel();
+        cancelled = false;
+    }).join();
+    EXPECT_TRUE(cancelled);
+    EXPECT_EQ(GetCapturedStderr(), "[name] 1 dir/file:12 function: \n");
+}
+
 void misuse() {
     PthreadMutex mutex(PthreadMutexType::ErrorChecking);
     EXPECT_TRUE(!mutex.unlock() && mutex.lock() && !mutex.lock() && mutex.unlock());
@@ -57,6 +75,7 @@ TEST(PthreadMutex, TellsFailuresAndLeavesErrnoAlone) {
                                 "pthread_mutex_lock() failed with error 35.\n";
     EXPECT_EQ(
         std::regex_replace(GetCapturedStderr(), std::regex(":\\d+ "), ":"), records + records);
+    EXPECT_THROW(PthreadMutex(PthreadMutexType{3}), std::system_error);
     close(STDERR_FILENO); // so that no message can be written
     errno = ENOENT;
     misuse();

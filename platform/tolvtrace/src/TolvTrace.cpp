@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <new>
 
+#include <pthread.h>
 #include <unistd.h>
 
 namespace {
@@ -44,9 +45,14 @@ void append(std::string& line, char character) {
     line += {'\\', 'x', Digits[code >> 4], Digits[code & 15]};
 }
 
+// A thread that is to be cancelled is not ended here, where no exception may pass, but at the next
+// cancellation point of its own.
 void writeLine(const std::string& line) {
+    int state = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
     while (write(STDERR_FILENO, line.data(), line.size()) == -1 && errno == EINTR) {
     }
+    pthread_setcancelstate(state, nullptr);
 }
 
 } // namespace
