@@ -9,9 +9,10 @@
 namespace posix {
 
 /// What a file holds; nothing, with errno set, when it cannot be read, or is over a mebibyte long:
-/// it may have no end.
+/// it may have no end. A FIFO without a writer is an empty file.
 inline std::optional<std::string> readFile(const std::string& path) {
-    const FileDescriptor file = FileDescriptor::own(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const FileDescriptor file =
+        FileDescriptor::own(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     std::string content;
     char chunk[4096];
     while (file && content.size() <= 1U << 20) {

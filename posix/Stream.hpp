@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FileDescriptor.hpp"
+
 #include <cstdio>
 #include <memory>
 
@@ -11,5 +13,16 @@ struct StreamCloser {
 
 /// Owns a C stream, which is closed with its owner.
 using Stream = std::unique_ptr<std::FILE, StreamCloser>;
+
+/// Opens a file for reading; null, with errno set, when that fails. A FIFO without a writer is an
+/// empty file.
+inline Stream openForReading(const char* path) {
+    FileDescriptor file = FileDescriptor::own(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    Stream stream(file ? fdopen(file.get(), "r") : nullptr);
+    if (stream != nullptr) {
+        file.release();
+    }
+    return stream;
+}
 
 } // namespace posix

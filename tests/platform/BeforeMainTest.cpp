@@ -5,6 +5,9 @@
 
 #include <regex>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 
 using namespace test;
@@ -58,6 +61,21 @@ TEST(BeforeMain, LevelsAndVariantsAreSettled) {
         EXPECT_EQ(countLines(report.out, "product code           " + product), 1) << variants;
         EXPECT_EQ(std::regex_replace(report.err, std::regex(":\\d+ "), ":"), errors) << levels;
     }
+}
+
+TEST(BeforeMain, NothingIsWaitedFor) {
+    alarm(10); // or a FIFO without a writer is
+    const auto registers = unit::Root / "dev/top.sys_ctrl0";
+    for (const auto& path : {File, unit::Eeprom, unit::Config / "RadiolinkMode", registers}) {
+        unit::restart(unit::Warm, std::string(32768, '\0'));
+        std::filesystem::create_directories(path.parent_path());
+        std::filesystem::remove(path);
+        ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+        EXPECT_EQ(runProgram({UNIT_REPORT}).status, 0) << path;
+        std::filesystem::remove(path);
+    }
+    std::filesystem::create_symlink(UNIT_REPORT, registers); // which nobody may write
+    EXPECT_EQ(countLines(runProgram({UNIT_REPORT}).out, "last restart           EndOfList"), 1);
 }
 
 } // namespace

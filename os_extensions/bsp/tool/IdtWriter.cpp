@@ -22,13 +22,18 @@ constexpr const char* WriterName = "Idt_writeConfig";
 constexpr const char* InitName = "Idt_init";
 constexpr std::string_view UnknownBoard = "Unknown board revision";
 
+// Both texts may be those of a library that is preloaded, which may have none.
+bool isKnown(const char* text) {
+    return text != nullptr && text != UnknownBoard;
+}
+
 const char* findBoardText() {
     const char* const text = Bsp_getBoardIdText();
-    if (text != UnknownBoard) {
+    if (isKnown(text)) {
         return text;
     }
     const char* const latest = Bsp_getLatestBoardIdText();
-    if (latest == UnknownBoard) {
+    if (!isKnown(latest)) {
         std::printf("ERROR: %s(): Unknown product\n", WriterName);
         return nullptr;
     }
@@ -104,7 +109,7 @@ Result configure(const char* board) {
     if (path == nullptr) {
         return Result::Failed;
     }
-    const posix::Stream file(std::fopen(path.get(), "re"));
+    const posix::Stream file = posix::openForReading(path.get());
     if (file == nullptr) {
         std::printf(
             "NOTICE: %s(): IDT configuration file %s not found. Using configuration from "

@@ -50,8 +50,8 @@ Factory& Factory::getInstance() {
 
 std::unique_ptr<IDevice> Factory::createUnique(
     const std::string& name, std::unique_ptr<IMutex> mutex) {
-    posix::FileDescriptor file =
-        posix::FileDescriptor::own(open(platform::path("dev/" + name).c_str(), O_RDWR | O_CLOEXEC));
+    posix::FileDescriptor file = posix::FileDescriptor::own(
+        open(platform::path("dev/" + name).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!file || mutex == nullptr) {
         return nullptr;
     }
