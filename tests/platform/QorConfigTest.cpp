@@ -28,16 +28,19 @@ namespace {
 using namespace test;
 using os::bsp::QorConfig;
 
-TEST(Store, RefusesWhatIsNoFileName) {
-    std::filesystem::create_directories(unit::Config);
+class Store : public testing::Test {
+protected:
+    Store() { std::filesystem::create_directories(unit::Config); }
+};
+
+TEST_F(Store, RefusesWhatIsNoFileName) {
     for (const char* key : {"", ".", "..", ".new", "a/b"}) {
         EXPECT_FALSE(QorConfig().setValue(key, "x") || QorConfig().clearValue(key)) << key;
         EXPECT_THROW(QorConfig().getValue(key), std::system_error) << key;
     }
 }
 
-TEST(Store, ValuesAreForEveryReader) {
-    std::filesystem::create_directories(unit::Config);
+TEST_F(Store, ValuesAreForEveryReader) {
     const auto modeOfNewValue = [] {
         EXPECT_TRUE(QorConfig().setValue("key", "x"));
         return static_cast<int>(std::filesystem::status(unit::Config / "key").permissions());
@@ -48,11 +51,10 @@ TEST(Store, ValuesAreForEveryReader) {
     EXPECT_EQ(modeOfNewValue(), 0640);
 }
 
-TEST(Store, ForkedChildDoesNotKeepTheLock) {
-    std::filesystem::create_directories(unit::Config);
+TEST_F(Store, ForkedChildDoesNotKeepTheLock) {
     std::vector<std::unique_ptr<Child>> children;
     onFsync = [&] {
-        children.push_back(std::make_unique<Child>([] { pause(); }));
+        children.push_back(std::make_unique<Child>(pause));
     };
     alarm(10); // or it waits for the children
     EXPECT_TRUE(QorConfig().setValue("key", "x"));
@@ -60,8 +62,7 @@ TEST(Store, ForkedChildDoesNotKeepTheLock) {
     EXPECT_TRUE(QorConfig().setValue("key", "y"));
 }
 
-TEST(Store, KilledWriterLeavesOldOrNewValue) {
-    std::filesystem::create_directories(unit::Config);
+TEST_F(Store, KilledWriterLeavesOldOrNewValue) {
     const std::string old(5000, 'o');
     const std::string fresh(6000, 'n');
     for (int round = 0; round < 100; ++round) {

@@ -41,18 +41,14 @@ TEST(Trace, RecordIsOneLine) {
 
 TEST(Trace, RecordIsNoCancellationPoint) {
     TolvTrace trace("name", TolvTraceLevel{3});
-    CaptureStderr();
-    bool cancelled = false;
+    bool written = false;
     std::thread([&] {
         pthread_cancel(pthread_self());
         trace.beginLogMsg(TolvTraceLevel{1}, Header);
         trace.endLogMsg();
-        cancelled = true;
-        pthread_testcancel();
-        cancelled = false;
+        written = true;
     }).join();
-    EXPECT_TRUE(cancelled);
-    EXPECT_EQ(GetCapturedStderr(), "[name] 1 dir/file:12 function: \n");
+    EXPECT_TRUE(written);
 }
 
 void misuse() {

@@ -54,6 +54,7 @@ const std::string Identified =
     "NOTICE: Idt_init(): Device ID = 0x2345, Revision = 1, Dash Code = 1852\n";
 const std::string Completed = Notice + "Completed successfully for TK5452_R2_P1\n";
 const std::string NoNumber = " is not a hexadecimal number\n";
+const std::string BadToken = Error + ConfigFile + ": token ";
 const std::string NoAddress = Error + "Failed due to invalid idt address\n";
 
 // 256 registers of 0xEE with an identification, programmed with `bytes`.
@@ -78,7 +79,7 @@ std::string repeat(const std::string& text, int count) {
 struct Config {
     std::string text;
     std::string bytes;
-    std::string badToken = ""; // its position
+    std::string problem = {};
 };
 
 const Config Configs[] = {
@@ -88,23 +89,19 @@ const Config Configs[] = {
     {"-1 +2 -0x1F0", "\xff\x02\x10"},
     {repeat("5a ", 300), std::string(216, '\x5a')},
     {repeat("7 ", 216) + "zz", std::string(216, '\7')},
-    {"1 2 zz 4", "", "3"},
-    {"1 0x", "", "2"},
-    {"12zz", "", "1"},
-    {std::string(5000, '1'), "", "1"},
-    {std::string("1 2\0", 4), "", "2"},
+    {"1 2 zz 4", "", BadToken + "3" + NoNumber},
+    {"1 0x", "", BadToken + "2" + NoNumber},
+    {"12zz", "", BadToken + "1" + NoNumber},
+    {std::string(5000, '1'), "", BadToken + "1" + NoNumber},
+    {std::string("1 2\0", 4), "", BadToken + "2" + NoNumber},
 };
 
 TEST(ClockWriter, WritesTheLowByteOfEachNumberOrNothing) {
-    for (const auto& [text, bytes, badToken] : Configs) {
+    for (const auto& [text, bytes, problem] : Configs) {
         SCOPED_TRACE(text);
         unit::writeFile(Device, chip());
         unit::writeFile(ConfigFile, text);
-        if (badToken.empty()) {
-            expect(0, Identified + Completed);
-        } else {
-            expect(-1, Error + ConfigFile + ": token " + badToken + NoNumber);
-        }
+        expect(problem.empty() ? 0 : -1, problem.empty() ? Identified + Completed : problem);
         EXPECT_TRUE(unit::readFile(Device) == chip(bytes));
     }
     EXPECT_TRUE(pauses.empty());
@@ -119,7 +116,7 @@ TEST(ClockWriter, UnreadableFileAndClosedOutputLeaveTheChipAlone) {
     expect(0, Identified + Completed);
     std::filesystem::remove(ConfigFile);
     std::filesystem::create_symlink("/dev/zero", ConfigFile); // or the test's time runs out
-    expect(-1, Error + ConfigFile + ": token 1" + NoNumber);
+    expect(-1, BadToken + "1" + NoNumber);
     std::filesystem::remove(ConfigFile);
     std::filesystem::create_directory(ConfigFile);
     expect(-1, Error + ConfigFile + ": read error at token 1: Is a directory\n");
