@@ -36,6 +36,7 @@ const Start Starts[] = {
     {"DDevIo.PthreadMutex=7", Row + "0", "2", All},
     {"*=0,DDevIo.PthreadMutex=6", Row + "0", "2", End},
     {"DDevIo.PthreadMutex=5,*=0", Row + "0", "2", ""},
+    {"*=6,bsp.networking=0,Bsp.WarmDatabase=0", Row + "0", "2", End},
     {"=7", Row + "0", "2", "TOLVTRACE_LEVELS: \"=7" + Ignored},
     {"*", Row + "0", "2", "TOLVTRACE_LEVELS: \"*" + Ignored},
     {"*=7x", Row + "0", "2", "TOLVTRACE_LEVELS: \"*=7x" + Ignored},
