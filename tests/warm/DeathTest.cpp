@@ -9,7 +9,10 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
+#include <random>
+#include <set>
 #include <thread>
 
 #include <sys/ptrace.h>
@@ -62,7 +65,8 @@ std::string sharedState() {
 }
 
 // A new process works at once, on objects that are known, whole, there once and without a hole.
-void expectSound() {
+// How often it has taken over the lock from somebody who died.
+int expectSound() {
     const auto begin = std::chrono::steady_clock::now();
     const Outcome next = inChild([] {
         alarm(10);
@@ -72,6 +76,18 @@ void expectSound() {
     EXPECT_EQ(next.status, 0) << next.out << next.err;
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
     expectWholeObjects(unit::readFile(unit::WarmArea), {"A", "B", "SLOT", "next"});
+    return countLines(next.err, "taken over");
+}
+
+// Ends when the process exits, with four threads in the middle of something.
+void exitWithBusyThreads(unsigned seed, unsigned long microseconds) {
+    TolvTrace_setLevel("Bsp.WarmDatabase", 0);
+    alarm(10);
+    Object("A"); // which waits for what others have left
+    for (unsigned thread = 0; thread < 4; ++thread) {
+        std::thread(useObjects, 4 * seed + thread).detach();
+    }
+    std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
 }
 
 void killSelf() {
@@ -182,17 +198,16 @@ protected:
     }
 };
 
-TEST_P(SteppedDeath, AtEveryChangeOfSharedStateStopsNobody) {
-    std::vector<std::size_t> changes;
-    std::string last;
+TEST_P(SteppedDeath, AtEveryStateOfWhatIsSharedStopsNobody) {
+    std::set<std::string> states;
+    std::vector<std::size_t> firsts; // the instructions after which there was a new one
     run(SIZE_MAX, [&](std::size_t instruction) {
-        if (std::string now = sharedState(); now != last) {
-            changes.push_back(instruction);
-            last = std::move(now);
+        if (states.insert(sharedState()).second) {
+            firsts.push_back(instruction);
         }
     });
-    ASSERT_GT(changes.size(), 1U);
-    for (const std::size_t instruction : changes) {
+    ASSERT_GT(firsts.size(), 1U);
+    for (const std::size_t instruction : firsts) {
         run(instruction, [](std::size_t) {});
         expectSound();
         ASSERT_FALSE(HasFailure()) << instruction;
@@ -217,33 +232,38 @@ TEST(Death, OfMemoryInAFirstStart) {
     }
 }
 
+// scripts/soak asks for minutes of it.
 TEST(Death, AtRandomMomentsLosesNothing) {
-    TolvTrace_setLevel("Bsp.WarmDatabase", 0);
-    for (unsigned round = 0; round < 200 && !HasFailure(); ++round) {
-        unit::restart(round % 2 == 0 ? unit::Cold : unit::Warm, unit::readFile(unit::WarmArea));
-        Child client([round] { useObjects(2 * round); });
-        Child victim([round] { useObjects(2 * round + 1); });
-        std::this_thread::sleep_for(std::chrono::microseconds(300 + round * 19));
-        for (Child* const child : {&victim, &client}) {
-            kill(child->pid(), SIGKILL);
-            child->wait();
+    const char* const minutes = std::getenv("BSP_SOAK_MINUTES");
+    const auto end = std::chrono::steady_clock::now() +
+                     std::chrono::minutes(minutes != nullptr ? atoi(minutes) : 0);
+    std::minstd_rand random(1);
+    unsigned rounds = 0;
+    int takeOvers = 0;
+    for (; rounds < 200 || std::chrono::steady_clock::now() < end; ++rounds) {
+        if (rounds % 50 == 0) {
+            unit::restart(
+                rounds % 100 == 0 ? unit::Cold : unit::Warm, unit::readFile(unit::WarmArea));
         }
-        expectSound();
+        Child busy([&] { exitWithBusyThreads(rounds, random() % 1000); });
+        Child victims[] = {
+            Child([&] { useObjects(2 * rounds); }), Child([&] { useObjects(2 * rounds + 1); })};
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
+        for (Child& victim : victims) {
+            kill(victim.pid(), SIGKILL);
+        }
+        const Outcome outcome = busy.wait();
+        ASSERT_EQ(outcome.status, 0) << outcome.err;
+        takeOvers += expectSound();
+        ASSERT_FALSE(HasFailure()) << "round " << rounds;
     }
+    std::printf("%u rounds, %u kills, %d take-overs\n", rounds, 2 * rounds, takeOvers);
 }
 
 TEST(Death, OfAProcessWithBusyThreadsIsAnOrderlyExit) {
-    TolvTrace_setLevel("Bsp.WarmDatabase", 0);
     unit::restart(unit::Warm, "");
     for (unsigned round = 0; round < 500; ++round) {
-        const Outcome outcome = inChild([round] {
-            alarm(10);
-            use("A"); // which waits for what the last round has left
-            for (unsigned thread = 0; thread < 4; ++thread) {
-                std::thread(useObjects, 4 * round + thread).detach();
-            }
-            std::this_thread::sleep_for(std::chrono::microseconds(round * 7 % 2000));
-        });
+        const Outcome outcome = inChild([round] { exitWithBusyThreads(round, round * 7 % 2000); });
         ASSERT_EQ(outcome.status, 0) << outcome.err;
     }
     expectSound();

@@ -146,8 +146,7 @@ BSP_EXPORT int Bsp_getUbootProductInfo(
 /// valid as long as the process; the clients of one name agree on its size and format by
 /// themselves, and on what protects it: the sync object, or a lock inside the object.
 ///
-/// A call waits for the database lock. A process that is killed while it holds that lock leaves it
-/// taken.
+/// A call waits for the database lock. A holder that dies is succeeded by whoever waits.
 
 /// Creates an object of zeroes; the data of one that is there by this name are lost.
 BSP_EXPORT int WarmDatabase_createObject(const char* blockName, void** data, unsigned objectSize);

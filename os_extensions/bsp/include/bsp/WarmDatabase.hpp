@@ -29,8 +29,9 @@ inline constexpr std::size_t MaxObjectSize = 1520;    // bytes
 /// agree on: the object's sync object, or a lock inside the object.
 class BSP_EXPORT WarmDatabase {
 public:
-    /// Holds the database lock for its lifetime. A null semaphore, or one that cannot be waited
-    /// for, makes it do nothing. Not re-entrant: a second one in the same thread waits for ever.
+    /// Holds a semaphore for its lifetime. A null semaphore, or one that cannot be waited for, makes
+    /// it do nothing. Not re-entrant: a second one in the same thread waits for ever. It is not the
+    /// database lock, which is more than its semaphore: see lock().
     class SemLockGuard {
     public:
         explicit SemLockGuard(sem_t* semaphore);
@@ -43,8 +44,9 @@ public:
     };
 
     /// The process's one instance. The first call connects to the shared objects, and creates those
-    /// that are missing; who creates the lock clears the area after a cold restart, once in a
-    /// system run. Does not wait for the lock, but for a process that is just making the sync area.
+    /// that are missing. Whoever creates the semaphore sees to a cold restart, once in a system run,
+    /// before anybody gets the lock. Waits for the lock only where the semaphore is missing, and for
+    /// a process that is just making the sync area.
     static WarmDatabase& getInstance();
 
     WarmDatabase(const WarmDatabase&) = delete;
@@ -55,7 +57,7 @@ public:
 
     /// Creates an object of zeroes, also when one of this name is there, whose data are lost then
     /// (a level-2 message). False, and null data, when the limits are broken or no block is free.
-    /// `lockDatabase` false is for callers that hold the lock.
+    /// `lockDatabase` false is for callers that hold the lock; messages are written under it then.
     bool createObject(
         const std::string& blockName, void** data, unsigned objectSize, bool lockDatabase);
 
@@ -69,12 +71,16 @@ public:
     std::mutex* getObjectSyncPointer(const std::string& blockName);
 
     /// Finds an object, or else creates it, in one step under the lock: of all who ask for a name
-    /// at once, one gets `created` true. On failure the result is false, pointers are null.
+    /// at once, one gets `created` true. On failure the result is false, pointers are null. No
+    /// out-parameter may be null; all are written before the lock is taken.
     bool getObjectData(
         const std::string& blockName, void** data, unsigned objectSize, std::mutex** syncObject,
         bool& created);
 
-    /// Takes and gives back the database lock, in the same thread.
+    /// Takes and gives back the database lock, in the same thread. Not re-entrant. A holder that
+    /// dies, or whose thread ends, is succeeded by the next who waits, with a level-2 message; one
+    /// that is stopped is waited for. An area that still has to be cleared after a cold restart is
+    /// cleared before lock() returns.
     void lock();
     void unlock();
 
