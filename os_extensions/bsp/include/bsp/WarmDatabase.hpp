@@ -29,9 +29,9 @@ inline constexpr std::size_t MaxObjectSize = 1520;    // bytes
 /// agree on: the object's sync object, or a lock inside the object.
 class BSP_EXPORT WarmDatabase {
 public:
-    /// Holds a semaphore for its lifetime. A null semaphore, or one that cannot be waited for, makes
-    /// it do nothing. Not re-entrant: a second one in the same thread waits for ever. It is not the
-    /// database lock, which is more than its semaphore: see lock().
+    /// Holds a semaphore for its lifetime. A null semaphore, or one that cannot be waited for,
+    /// makes it do nothing. Not re-entrant: a second one in the same thread waits for ever. It is
+    /// not the database lock, which is more than its semaphore: see lock().
     class SemLockGuard {
     public:
         explicit SemLockGuard(sem_t* semaphore);
@@ -44,9 +44,9 @@ public:
     };
 
     /// The process's one instance. The first call connects to the shared objects, and creates those
-    /// that are missing. Whoever creates the semaphore sees to a cold restart, once in a system run,
-    /// before anybody gets the lock. Waits for the lock only where the semaphore is missing, and for
-    /// a process that is just making the sync area.
+    /// that are missing. Whoever creates the semaphore sees to a cold restart, once in a system
+    /// run, before anybody gets the lock. Waits for the lock only where the semaphore is missing,
+    /// and for a process that is just making the sync area.
     static WarmDatabase& getInstance();
 
     WarmDatabase(const WarmDatabase&) = delete;
