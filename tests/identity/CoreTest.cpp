@@ -37,7 +37,7 @@ TEST(Log, EvaluatesPiecesFirstAndKeepsErrno) {
     BSP_LOG(coreLog(), 4, "never ", evaluate());
     BSP_LOG_ENTER(coreLog(), "never (", evaluate(), ")");
     const unsigned line = __LINE__ + 1;
-    BSP_LOG(coreLog(), 3, INT_MIN, " ", ULLONG_MAX, " ", LogPiece(0x4a30, 16), " ", evaluate());
+    BSP_LOG(coreLog(), 3, INT_MIN, " ", ULLONG_MAX, " ", os::bsp::hex(0x4a30), " ", evaluate());
     EXPECT_EQ(errno, EINTR);
     EXPECT_THROW(BSP_LOG(coreLog(), 3, "never ", evaluateAndThrow()), std::runtime_error);
     EXPECT_EQ(errno, EINTR);

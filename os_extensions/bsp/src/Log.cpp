@@ -12,13 +12,24 @@ void LogPiece::setDigits(bool negative, unsigned long long magnitude, int base) 
     m_text = {m_digits.begin(), std::to_chars(first, m_digits.end(), magnitude, base).ptr};
 }
 
-void LogModule::write(
-    int level, unsigned line, const char* function, std::initializer_list<LogPiece> pieces) {
-    m_trace.beginLogMsg(TolvTraceLevel{level}, TolvTraceHeader{m_sourceFile, line, function});
-    for (const LogPiece& piece : pieces) {
-        m_trace.logMsgData(piece.text().data(), static_cast<unsigned>(piece.text().size()));
+void LogRecord::writeMessage(Pieces pieces) {
+    write({m_function, "(): "}, pieces);
+}
+
+void LogRecord::writeEntry(Pieces pieces) {
+    write({"ENTER ", m_function}, pieces);
+}
+
+void LogRecord::write(Pieces lead, Pieces pieces) {
+    TolvTrace& trace = m_module.m_trace;
+    trace.beginLogMsg(
+        TolvTraceLevel{m_level}, TolvTraceHeader{m_module.m_sourceFile, m_line, m_function});
+    for (const Pieces& part : {lead, pieces}) {
+        for (const LogPiece& piece : part) {
+            trace.logMsgData(piece.text().data(), static_cast<unsigned>(piece.text().size()));
+        }
     }
-    m_trace.endLogMsg();
+    trace.endLogMsg();
 }
 
 } // namespace os::bsp

@@ -30,30 +30,37 @@ private:
     int m_saved;
 };
 
-/// One part of a message: a text, which must outlive the piece, or a number as its digits.
+/// One part of a message: a text, which must outlive the piece, or a number as its decimal digits.
 class LogPiece {
 public:
     LogPiece(std::string_view text) : m_text(text) {}
     LogPiece(const char* text);
     LogPiece(const std::string& text) : m_text(text) {}
-    template <std::integral Number>
-    LogPiece(Number number, int base = 10) {
-        const auto wide = static_cast<unsigned long long>(number);
-        const bool negative = std::cmp_less(number, 0);
-        setDigits(negative, negative ? 0 - wide : wide, base);
-    }
+    LogPiece(std::integral auto number) : LogPiece(number, 10) {}
     LogPiece(const LogPiece&) = delete;
     LogPiece& operator=(const LogPiece&) = delete;
 
     std::string_view text() const noexcept { return m_text; }
 
 private:
+    friend LogPiece hex(std::integral auto number);
+
+    LogPiece(std::integral auto number, int base) {
+        const auto wide = static_cast<unsigned long long>(number);
+        const bool negative = std::cmp_less(number, 0);
+        setDigits(negative, negative ? 0 - wide : wide, base);
+    }
     // Out of line: messages are many and seldom written.
     void setDigits(bool negative, unsigned long long magnitude, int base);
 
     std::array<char, 24> m_digits;
     std::string_view m_text;
 };
+
+/// A number as its hexadecimal digits: lower case, no "0x".
+LogPiece hex(std::integral auto number) {
+    return {number, 16};
+}
 
 /// A module's trace object, with the source name that its records carry.
 class LogModule {
@@ -62,37 +69,55 @@ public:
         : m_trace(traceName, TolvTraceLevel{3}), m_sourceFile(sourceFile) {}
 
     bool isEnabled(int level) const noexcept { return m_trace.isEnabled(TolvTraceLevel{level}); }
-    void write(
-        int level, unsigned line, const char* function, std::initializer_list<LogPiece> pieces);
 
 private:
+    friend class LogRecord;
+
     TolvTrace m_trace;
     const char* m_sourceFile;
 };
 
+/// A record to be written. It is there before its pieces are evaluated, and restores errno when it
+/// goes.
+class LogRecord {
+public:
+    using Pieces = std::initializer_list<LogPiece>;
+
+    [[gnu::cold]] LogRecord(LogModule& module, int level, unsigned line, const char* function)
+        : m_module(module), m_level(level), m_line(line), m_function(function) {}
+
+    [[gnu::cold]] void writeMessage(Pieces pieces);
+    [[gnu::cold]] void writeEntry(Pieces pieces);
+
+private:
+    void write(Pieces lead, Pieces pieces);
+
+    ErrnoGuard m_errnoGuard;
+    LogModule& m_module;
+    int m_level;
+    unsigned m_line;
+    const char* m_function;
+};
+
 } // namespace os::bsp
 
-// A lambda of its own keeps what a message needs out of functions that mostly do not log.
-#define BSP_LOG_RECORD(module, level, line, function, ...)                                         \
-    do {                                                                                           \
-        if (::os::bsp::LogModule& logModule = (module); logModule.isEnabled(level)) {              \
-            const char* const logFunction = (function);                                            \
-            const auto writeRecord = [&]() BSP_SELDOM {                                            \
-                const ::os::bsp::ErrnoGuard errnoGuard;                                            \
-                logModule.write(level, line, logFunction, {__VA_ARGS__});                          \
-            };                                                                                     \
-            writeRecord();                                                                         \
-        }                                                                                          \
-    } while (false)
-#define BSP_SELDOM __attribute__((noinline, cold))
+// The macros give no name of their own to what the pieces may use.
 
 /// A message led by the function's name.
 #define BSP_LOG(module, level, ...) BSP_LOG_AT(module, level, __LINE__, __func__, __VA_ARGS__)
 
 /// A message in the name of another function, such as the caller.
 #define BSP_LOG_AT(module, level, line, function, ...)                                             \
-    BSP_LOG_RECORD(module, level, line, function, logFunction, "(): ", __VA_ARGS__)
+    do {                                                                                           \
+        if ((module).isEnabled(level)) {                                                           \
+            ::os::bsp::LogRecord(module, level, line, function).writeMessage({__VA_ARGS__});       \
+        }                                                                                          \
+    } while (false)
 
 /// An entry trace; the pieces give the parentheses and what stands in them.
 #define BSP_LOG_ENTER(module, ...)                                                                 \
-    BSP_LOG_RECORD(module, 6, __LINE__, __func__, "ENTER ", logFunction, __VA_ARGS__)
+    do {                                                                                           \
+        if ((module).isEnabled(6)) {                                                               \
+            ::os::bsp::LogRecord(module, 6, __LINE__, __func__).writeEntry({__VA_ARGS__});         \
+        }                                                                                          \
+    } while (false)

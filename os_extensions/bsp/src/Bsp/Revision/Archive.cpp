@@ -80,7 +80,7 @@ int Bsp_findArchive(int fd) {
         return -1;
     }
     const int offset = static_cast<int>(static_cast<const char*>(found) - buffer.get());
-    BSP_LOG(coreLog(), 5, "ZLIB header found at pos ", {offset, 16});
+    BSP_LOG(coreLog(), 5, "ZLIB header found at pos ", os::bsp::hex(offset));
     return offset;
 }
 
