@@ -5,6 +5,7 @@
 #pragma once
 
 #include "bsp/Vocabulary.h"
+#include "bsp/export.h"
 
 #include <cstdint>
 #include <span>
@@ -37,20 +38,15 @@ struct EnumName {
 /// Rows in ascending order of value; the last one is "EndOfList".
 using NameTable = std::span<const EnumName>;
 
-// One function an enumeration: productIdNames(), hwRevisionNames(), ... The table behind it is
-// read-only and lives to the end of the process. A program or library that uses it has its own
-// copy, built by the first call; the layer builds its own before main.
-#define BSP_NAME_ROW(value, name) {(value), #name},
-#define BSP_NAME_TABLE(type, stem, LIST)                                                           \
-    inline NameTable stem##Names() {                                                               \
-        static const EnumName rows[] = {LIST(BSP_NAME_ROW)};                                       \
-        return rows;                                                                               \
-    }
+/// One function an enumeration: productIdNames(), hwRevisionNames(), ... The table is the layer's
+/// own and the only one in the process: read-only, there before main, until the process ends. May
+/// be called from any thread, also by a static constructor; never fails.
+#define BSP_NAME_TABLE(type, stem, LIST) BSP_EXPORT NameTable stem##Names();
 BSP_ENUMERATIONS(BSP_NAME_TABLE)
 #undef BSP_NAME_TABLE
-#undef BSP_NAME_ROW
 
-/// The name of `value` in `table`, "EndOfList" for a value that is not in it. Never fails.
+/// A copy of the name of `value` in `table`, "EndOfList" for a value that is not in it. May be
+/// called from any thread; never fails, as no name is long enough to need memory.
 inline std::string lookupName(NameTable table, std::int32_t value) {
     for (const EnumName& row : table.first(table.size() - 1)) {
         if (row.value == value) {
