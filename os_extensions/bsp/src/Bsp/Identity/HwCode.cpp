@@ -18,6 +18,9 @@ constexpr std::size_t DefaultVariant = 14;
 // The platform's function may write more than the 8 bytes that are used.
 using EepromBuffer = std::array<unsigned char, 64>;
 
+// The function name that records of one-time steps carry.
+constexpr const char* OneTimeStep = "operator()";
+
 constinit OnceFlag eepromRead;
 
 QorHwCode defaultHwCode() {
@@ -62,7 +65,9 @@ const QorHwCode& getHwCode() {
         EepromBuffer bytes{};
         const int result = e2prom_data_read(EepromDevice, EepromSection, bytes.data());
         if (result != 0) {
-            BSP_LOG(coreLog(), 1, "e2prom_data_read() failed. Returned ", result);
+            BSP_LOG_AT(
+                coreLog(), 1, __LINE__, OneTimeStep, "e2prom_data_read() failed. Returned ",
+                result);
             return;
         }
         std::copy_n(bytes.begin(), code.words.size(), code.words.begin());
@@ -82,7 +87,7 @@ const os::bsp::QorHwVariant* Bsp_getQorHwVariant() {
         const QorHwCode code = getHwCode();
         const QorHwVariant* const match = findVariant(code);
         if (match == nullptr) {
-            BSP_LOG(coreLog(), 1, "Invalid hardware variant");
+            BSP_LOG_AT(coreLog(), 1, __LINE__, OneTimeStep, "Invalid hardware variant");
         }
         selectedVariant = match != nullptr ? match : firstVariant();
     });
