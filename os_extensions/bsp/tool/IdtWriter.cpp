@@ -4,7 +4,7 @@
 #include "FileDescriptor.hpp"
 #include "Memory.hpp"
 #include "Stream.hpp"
-#include "bsp/Bsp.h"
+#include "bsp/BoardId.hpp"
 
 #include <cerrno>
 #include <cstdio>
@@ -20,7 +20,7 @@ constexpr const char* DeviceName = "/dev/idt";
 constexpr const char* PathFormat = "/etc/idt_%s.conf";
 constexpr const char* WriterName = "Idt_writeConfig";
 constexpr const char* InitName = "Idt_init";
-constexpr std::string_view UnknownBoard = "Unknown board revision";
+constexpr std::string_view UnknownBoard = os::bsp::UnknownBoardRevision;
 
 // Both texts may be those of a library that is preloaded, which may have none.
 bool isKnown(const char* text) {

@@ -1,5 +1,3 @@
-#include "bsp/BoardId.hpp"
-
 #include "BoardIdLookup.hpp"
 #include "bsp/Product.hpp"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bsp/Bsp.h"
+#include "bsp/BoardId.hpp"
 
 #include <cstdint>
 #include <span>
@@ -9,14 +9,12 @@ namespace os::bsp {
 
 using BoardIdMap = std::span<const Bsp_BoardIdRow>;
 
-inline constexpr const char* UnknownBoardRevision = "Unknown board revision";
-
 constexpr int makeBoardId(int product, int revision) {
     const auto upper = static_cast<std::uint32_t>(product) << 16;
     return static_cast<int>(upper | static_cast<std::uint32_t>(revision));
 }
 
-/// The text of the first row with this board id, or "Unknown board revision".
+/// The text of the first row with this board id, or UnknownBoardRevision.
 constexpr const char* findBoardIdText(BoardIdMap map, int boardId) {
     for (const Bsp_BoardIdRow& row : map) {
         if (row.boardId == boardId) {
@@ -26,7 +24,7 @@ constexpr const char* findBoardIdText(BoardIdMap map, int boardId) {
     return UnknownBoardRevision;
 }
 
-/// The text of the row with the greatest board id of this product, or "Unknown board revision".
+/// The text of the row with the greatest board id of this product, or UnknownBoardRevision.
 constexpr const char* findLatestBoardIdText(BoardIdMap map, int product) {
     const char* text = UnknownBoardRevision;
     int best = -1;
