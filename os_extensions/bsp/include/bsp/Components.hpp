@@ -1,7 +1,6 @@
 /// The main components fitted to the unit.
 ///
-/// May be called from any thread. A code that stands for nothing gives EndOfList and a level-1
-/// message. Throws std::system_error when the once-only reading of the hardware code fails.
+/// Every function here may be called from any thread.
 #pragma once
 
 #include "bsp/Vocabulary.hpp"
@@ -9,15 +8,20 @@
 
 namespace os::bsp {
 
-/// The modem chip, from the unit's hardware code.
+/// The modem chip, from word 5 of the unit's hardware code: byte 5 of its EEPROM. A code that
+/// stands for no chip gives EndOfList and a level-1 message, at every call. The first query of
+/// hardware in a process reads the EEPROM; throws std::system_error when a lock cannot be taken for
+/// that.
 BSP_EXPORT DspType getDspType();
 
-/// The traffic FPGA, from the unit's hardware code and, for those codes that come in variants, from
-/// the FPGA variant in the unit's configuration store, which is read at every call. A value that is
-/// missing or not known selects the standard FPGA; what the store throws reaches the caller.
+/// The traffic FPGA, from word 3 of the unit's hardware code. For the codes 0, 3, 5 and 8 there are
+/// two, and the FPGA variant in the unit's configuration store tells which. It is read at every
+/// call; a value that is missing or not known selects the standard one. A code that stands for no
+/// FPGA gives EndOfList and a level-1 message, at every call. Throws what getDspType() throws, and
+/// what the store throws: std::system_error when the value is there and cannot be read.
 BSP_EXPORT TrafFpgaType getTrafFpgaType();
 
-/// Always SwitchType::None.
+/// The switch chip: always SwitchType::None, as no unit has one. Reads nothing, never throws.
 BSP_EXPORT SwitchType getSwitchType();
 
 } // namespace os::bsp

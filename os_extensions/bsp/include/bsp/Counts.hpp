@@ -1,7 +1,7 @@
 /// How many traffic channels and radio links the unit has.
 ///
-/// May be called from any thread; nothing is cached. Unknown hardware gets a fallback count and
-/// level-1 messages. Throws std::system_error when the once-only identification fails.
+/// Every function here may be called from any thread, works its number out anew, and throws what
+/// getProductId() throws.
 #pragma once
 
 #include "bsp/export.h"
@@ -10,10 +10,12 @@
 
 namespace os::bsp {
 
-/// 1 or 2, by the unit's product; 1 for an unknown one.
+/// 1 or 2, by the unit's product (getProductId()). A product without a count, and an unknown one,
+/// gives 1 and a level-1 message, for which the product is asked for a second time.
 BSP_EXPORT std::uint32_t getNumberOfChannels();
 
-/// 1 or 2, by the traffic type in the unit's hardware code; 2 for an unknown one.
+/// 1 or 2, by word 3 of the unit's hardware code: byte 3 of its EEPROM. A code that stands for no
+/// traffic FPGA gives 2 and a level-1 message.
 BSP_EXPORT std::uint32_t getNumberOfRadiolinks();
 
 } // namespace os::bsp

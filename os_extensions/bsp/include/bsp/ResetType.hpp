@@ -8,17 +8,19 @@
 
 namespace os::bsp {
 
-/// The cause of the last restart. Units of platform Qor4 read it from the first register of
-/// "top.sys_ctrl0"; the value may then be one that ResetType does not name. TK8851_4 units of other
-/// platforms take it from the marker file "/tmp/restart_cold", Cold when it is there, else Warm.
-/// Any other unit is Cold.
+/// The cause of the last restart. Where it comes from depends on the unit:
+/// - platform Qor4: the first register of the device "top.sys_ctrl0". Its word is passed on, and
+///   may be no value of ResetType. Unknown when there is no such device, or it cannot be read.
+/// - otherwise product TK8851_4: Cold when the file "/tmp/restart_cold" is there, else Warm.
+/// - any other unit: Cold.
 ///
-/// The first definite answer is kept as long as the process. Unknown means that the register cannot
-/// be read, or says so itself; the next call tries again. May be called from any thread, without a
-/// lock.
+/// The first answer but Unknown is kept as long as the process; after Unknown the next call looks
+/// again. May be called from any thread. No lock orders callers that come first at once: they look
+/// each for themselves, and one answer is kept for all. Throws what getPlatformType() throws, and
+/// std::bad_alloc.
 BSP_EXPORT ResetType getResetType();
 
-/// The name of `type`, "EndOfList" for a value without one.
+/// The name of `type` in resetTypeNames(), "EndOfList" for a value without one. Never fails.
 BSP_EXPORT std::string resetTypeToString(const ResetType& type);
 
 } // namespace os::bsp
