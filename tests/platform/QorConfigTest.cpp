@@ -11,12 +11,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace {
-
-std::function<void()> onFsync = [] {
+static std::function<void()> onFsync = [] {
 };
-
-} // namespace
 
 extern "C" __attribute__((visibility("default"))) int fsync(int /*fd*/) {
     onFsync();
@@ -41,14 +37,13 @@ TEST_F(Store, RefusesWhatIsNoFileName) {
 }
 
 TEST_F(Store, ValuesAreForEveryReader) {
-    const auto modeOfNewValue = [] {
-        EXPECT_TRUE(QorConfig().setValue("key", "x"));
-        return static_cast<int>(std::filesystem::status(unit::Config / "key").permissions());
-    };
+    const auto value = unit::Config / "key";
     umask(077);
-    EXPECT_EQ(modeOfNewValue(), 0644);
-    chmod((unit::Config / "key").c_str(), 0640);
-    EXPECT_EQ(modeOfNewValue(), 0640);
+    for (const unsigned mode : {0644U, 0640U}) { // of a new value, and of one that was there
+        EXPECT_TRUE(QorConfig().setValue("key", "x"));
+        EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(value).permissions()), mode);
+        chmod(value.c_str(), 0640);
+    }
 }
 
 TEST_F(Store, ForkedChildDoesNotKeepTheLock) {
