@@ -48,6 +48,8 @@ mode_t modeOf(const FileDescriptor& folder, const std::string& name) {
 }
 
 bool writeNewValue(const FileDescriptor& folder, mode_t mode, std::string_view value) {
+    // Never written over: after a loss of power in a rename, flash file systems can have both names
+    // for one file, and this would be the value itself.
     unlinkat(folder.get(), NewValueName, 0);
     const FileDescriptor file = FileDescriptor::own(
         openat(folder.get(), NewValueName, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
