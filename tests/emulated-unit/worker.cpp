@@ -23,24 +23,13 @@ std::string nameOf(unsigned number) {
     return "object " + std::to_string(number);
 }
 
-// All bytes of an object are its number.
-void create(unsigned number) {
-    void* data = nullptr;
-    if (database().createObject(nameOf(number), &data, Size, true)) {
-        std::memset(data, static_cast<int>(number), Size);
-    }
-}
-
-// Who ends on the way leaves zeroes behind.
-bool isSound(const void* data, unsigned number) {
-    const auto* const bytes = static_cast<const unsigned char*>(data);
-    return std::all_of(
-        bytes, bytes + Size, [&](unsigned char byte) { return byte == 0 || byte == number; });
-}
-
-int fill() {
-    for (unsigned number = 1; number <= Objects; ++number) {
-        create(number);
+// Both halves of a slot id are the same, as are all bytes of an object.
+int write(unsigned rounds) {
+    for (unsigned i = 1; i <= rounds; ++i) {
+        void* data = nullptr;
+        Bsp_setSlotId(static_cast<int>((i & 0x7fff) * 0x10001));
+        database().createObject(nameOf(i % Objects), &data, Size, true);
+        std::memset(data, static_cast<int>(i % Objects), Size);
     }
     return 0;
 }
@@ -49,11 +38,14 @@ int fill() {
 int count() {
     unsigned found = Bsp_getSlotId() >= -1 ? 1 : 0; // that makes the slot's
     bool sound = true;
-    for (unsigned number = 1; number <= Objects; ++number) {
+    for (unsigned number = 0; number < Objects; ++number) {
         void* data = nullptr;
         if (database().retrieveObject(nameOf(number), &data, Size, true)) {
+            const auto* const bytes = static_cast<const unsigned char*>(data);
+            sound = sound && std::all_of(bytes, bytes + Size, [&](unsigned char byte) {
+                        return byte == 0 || byte == number; // a writer that ended has left zeroes
+                    });
             ++found;
-            sound = sound && isSound(data, number);
         }
     }
     std::printf("%u\n", found);
@@ -61,35 +53,25 @@ int count() {
     return sound && found + free == os::bsp::dtcm::MaxNumberOfBlocks ? 0 : 1;
 }
 
-// Both halves of a slot id are the same.
-[[noreturn]] void churn() {
-    for (unsigned i = 0;; ++i) {
-        Bsp_setSlotId(static_cast<int>((i & 0x7fff) * 0x10001));
-        create(i % Objects + 1);
-    }
-}
-
-[[noreturn]] void toggle() {
+[[noreturn]] void toggleMode() {
     for (int mode = 0;; mode = 1 - mode) {
         Bsp_setRadiolinkMode(static_cast<RadiolinkMode>(mode));
     }
 }
 
-[[noreturn]] void hold() {
+int holdLock() {
     database().lock();
-    while (true) {
-        pause();
-    }
+    return pause();
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     const std::string task = argc > 1 ? argv[1] : "";
-    return task == "fill"     ? fill()
-           : task == "count"  ? count()
-           : task == "churn"  ? (churn(), 0)
-           : task == "toggle" ? (toggle(), 0)
-           : task == "hold"   ? (hold(), 0)
-                              : 2;
+    if (task == "toggle-mode") {
+        toggleMode();
+    }
+    return task == "write" && argc > 2 ? write(static_cast<unsigned>(std::stoul(argv[2])))
+           : task == "hold-lock"       ? holdLock()
+                                       : count();
 }
