@@ -1,6 +1,6 @@
 #include "e2prom.h"
 
-#include "File.hpp"
+#include "FileDescriptor.hpp"
 #include "PlatformRoot.hpp"
 
 #include <cerrno>
@@ -18,13 +18,20 @@ std::string sectionPath(int device, int section) {
 } // namespace
 
 int e2prom_data_read(int device, int section, unsigned char* buffer) {
-    const auto content = posix::readFile(sectionPath(device, section));
-    if (!content) {
+    const auto file = posix::FileDescriptor::own(
+        open(sectionPath(device, section).c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file) {
         return errno;
     }
-    if (content->size() < DataSize) {
+    // Not a byte more: on a chip's bus each takes a third of a millisecond.
+    unsigned char data[DataSize];
+    const ssize_t count = TEMP_FAILURE_RETRY(read(file.get(), data, sizeof data));
+    if (count == -1) {
+        return errno;
+    }
+    if (count < static_cast<ssize_t>(sizeof data)) {
         return EIO;
     }
-    std::memcpy(buffer, content->data(), DataSize);
+    std::memcpy(buffer, data, sizeof data);
     return 0;
 }
