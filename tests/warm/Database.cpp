@@ -34,7 +34,8 @@ void expectWholeObjects(std::string_view area, const std::set<std::string>& know
         freeSeen = freeSeen || name.empty();
         EXPECT_TRUE(freeSeen || names.insert(name).second) << name << " twice";
         EXPECT_TRUE(freeSeen || known.contains(name)) << "not an object: " << name;
-        const bool zeroes = area.substr(block + 16, 1520).find_first_not_of('\0') == area.npos;
+        const bool zeroes =
+            area.substr(block + 16, 1520).find_first_not_of('\0') == std::string_view::npos;
         EXPECT_TRUE(freeSeen || zeroes || name == "SLOT") << name;
     }
 }

@@ -59,7 +59,7 @@ constexpr const char* SyncFile = "/dev/shm/DtcmSync";
 constexpr const char* Clearing = "clearDatabaseIfColdRestart(): COLD restart, clearing database.";
 
 Outcome start(const std::function<void()>& body = [] {}) {
-    const Outcome outcome = inChild([&] {
+    Outcome outcome = inChild([&] {
         TolvTrace_setLevel("Bsp.WarmDatabase", 5);
         database();
         body();

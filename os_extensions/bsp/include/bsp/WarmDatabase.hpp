@@ -100,7 +100,7 @@ private:
     ~WarmDatabase();
 
     void memoryMapTheDatabase();
-    bool initDatabaseSemaphore();
+    bool initDatabaseSemaphore() const;
     void initBlockSynchronization();
 
     std::byte* m_mappedMemory = nullptr;

@@ -125,12 +125,13 @@ void DatabaseLock::take(Hold& hold) {
 }
 
 void DatabaseLock::give(const Hold& hold) {
-    if (hold.semaphore && hold.mutex) {
+    sem_t* const semaphore = hold.semaphore ? m_semaphore : nullptr;
+    if (semaphore != nullptr && hold.mutex) {
         store(m_record->progress, Progress::Moving);
-        post(m_semaphore);
+        post(semaphore);
         store(m_record->progress, Progress::Away);
-    } else if (hold.semaphore) {
-        post(m_semaphore);
+    } else if (semaphore != nullptr) {
+        post(semaphore);
     }
     if (hold.mutex) {
         pthread_mutex_unlock(&m_record->mutex);

@@ -128,7 +128,7 @@ void WarmDatabase::memoryMapTheDatabase() {
     assert(m_mappedMemory != nullptr);
 }
 
-bool WarmDatabase::initDatabaseSemaphore() {
+bool WarmDatabase::initDatabaseSemaphore() const {
     using Result = DatabaseLock::Result;
     Result opened = Result::TryOther;
     Result made = Result::TryOther;
@@ -155,6 +155,7 @@ void WarmDatabase::initBlockSynchronization() {
     m_blockSyncCreated = area.created;
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): as callers know it
 void WarmDatabase::lock() {
     cold_restart::lock(held, *this);
 }
