@@ -34,6 +34,8 @@ struct Fault {
 };
 
 Fault pending;
+// Its symbol tells the width of a time where that has changed.
+constexpr const char* Fstat = sizeof(time_t) > sizeof(long) ? "__fstat64_time64" : "fstat64";
 constexpr std::size_t LongestRead = 1000; // a file may always deliver less
 
 template <typename Function, typename... Arguments>
@@ -61,7 +63,7 @@ BSP_EXPORT ssize_t read(int fd, void* buf, std::size_t nbytes) {
     return answer(read, "read", fd, buf, std::min(nbytes, LongestRead));
 }
 BSP_EXPORT int fstat(int fd, struct stat* buf) noexcept {
-    return answer(fstat, "fstat64", fd, buf);
+    return answer(fstat, Fstat, fd, buf);
 }
 BSP_EXPORT int unlink(const char* name) noexcept {
     return answer(unlink, "unlink", name);
@@ -268,7 +270,7 @@ TEST(KernelRState, EveryFailureIsTold) {
         {image, Inflate + "inflateInit2() failed with error -1\n", {"inflateInit2_", 1, EIO}},
         {image,
          "1 Bsp_findLinuxVersion(): fstat failed with errno = " + input + NoBanner,
-         {"fstat64", 1, EIO}},
+         {Fstat, 1, EIO}},
     });
 }
 
