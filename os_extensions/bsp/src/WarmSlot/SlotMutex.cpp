@@ -6,12 +6,13 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstddef>
 #include <cstring>
-#include <ctime>
 #include <mutex>
 #include <system_error>
+#include <thread>
 
 #include <linux/futex.h>
 #include <sys/syscall.h>
@@ -20,7 +21,8 @@
 namespace os::bsp {
 namespace {
 
-constexpr long WaitNanoseconds = 250'000'000;
+constexpr std::chrono::milliseconds WaitTime{250};
+constexpr std::chrono::milliseconds WaitingStep{1};
 constexpr int WaitsWithoutChange = 4;
 
 using Bytes = std::array<std::byte, sizeof(pthread_mutex_t)>;
@@ -31,13 +33,17 @@ Bytes bytesOf(const pthread_mutex_t& mutex) {
     return bytes;
 }
 
+// The warm area may be a device's memory. On a futex there the kernel lets nobody sleep, and the C
+// library ends the process that tries.
 int waitOnce(pthread_mutex_t& mutex) {
-    timespec end{};
-    clock_gettime(CLOCK_MONOTONIC, &end);
-    end.tv_nsec += WaitNanoseconds;
-    end.tv_sec += end.tv_nsec / 1'000'000'000;
-    end.tv_nsec %= 1'000'000'000;
-    return pthread_mutex_clocklock(&mutex, CLOCK_MONOTONIC, &end);
+    const auto end = std::chrono::steady_clock::now() + WaitTime;
+    while (std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(WaitingStep);
+        if (const int result = pthread_mutex_trylock(&mutex); result != EBUSY) {
+            return result;
+        }
+    }
+    return ETIMEDOUT;
 }
 
 // Whether this process has made it anew: another one may have been faster. Those who sleep on it
