@@ -19,7 +19,7 @@ std::string sectionPath(int device, int section) {
 
 int e2prom_data_read(int device, int section, unsigned char* buffer) {
     const auto file = posix::FileDescriptor::own(
-        open(sectionPath(device, section).c_str(), O_RDONLY | O_CLOEXEC));
+        open(sectionPath(device, section).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!file) {
         return errno;
     }
