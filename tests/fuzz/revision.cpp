@@ -11,7 +11,7 @@
 #define EXPECT(condition) ((condition) ? void() : __builtin_trap())
 
 void kernel_image(const char* file, std::size_t /*size*/) {
-    std::string text("kept\0\0\0", 8);
+    std::string text("kept\0\0\0\0", 8);
     const int result = Bsp_getKernelRState(file, text.data(), text.size());
     text.resize(text.find('\0')); // throws where there is none
     EXPECT(std::all_of(text.begin(), text.end(), isalnum));

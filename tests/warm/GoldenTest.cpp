@@ -89,7 +89,7 @@ TEST(Golden, AreaOfAnEarlierRunIsFoundAndExtended) {
     });
     const std::string extended =
         slot("\xfe\xff\xff\xff") + Alarms + Longest + block("ADDED", "new");
-    const std::string before = area(slot("") + Alarms + Longest);
+    const std::string before = area(slot("\0\0\0") + Alarms + Longest);
     EXPECT_TRUE(unit::readFile(unit::WarmArea) == extended + before.substr(extended.size()));
     EXPECT_TRUE(unit::readFile(SyncArea) == freshSyncArea());
 }

@@ -50,13 +50,14 @@ TEST_F(Objects, CreatingAPresentOneClearsIt) {
     EXPECT_EQ(Bsp_createDtcmObject("A", &data, 10), 0);
     EXPECT_EQ(data, first);
     EXPECT_EQ(area(), "A" + std::string(32767, '\0'));
+    constexpr const char* Present =
+        "createObject(): Warning: object for block Ahas been requested to be created, but it was "
+        "already present in warm area";
     expectMessages(
         {"clearDatabaseIfColdRestart(): COLD restart, clearing database.",
          "logNamesOfUsedBlocks(): Max number of blocks available: 21",
          "createObject(): Created object A in block 1. Size of object is 8",
-         "retrieveObject(): Retrieved object A from block 1. Size of object is 9",
-         "createObject(): Warning: object for block Ahas been requested to be created, but it was "
-         "already present in warm area",
+         "retrieveObject(): Retrieved object A from block 1. Size of object is 9", Present,
          "createObject(): Created object A in block 1. Size of object is 10"});
 }
 

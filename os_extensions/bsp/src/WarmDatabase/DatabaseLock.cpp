@@ -126,15 +126,16 @@ void DatabaseLock::take(Hold& hold) {
 
 void DatabaseLock::give(const Hold& hold) {
     sem_t* const semaphore = hold.semaphore ? m_semaphore : nullptr;
-    if (semaphore != nullptr && hold.mutex) {
-        store(m_record->progress, Progress::Moving);
+    RunRecord* const record = hold.mutex ? m_record : nullptr;
+    if (semaphore != nullptr && record != nullptr) {
+        store(record->progress, Progress::Moving);
         post(semaphore);
-        store(m_record->progress, Progress::Away);
+        store(record->progress, Progress::Away);
     } else if (semaphore != nullptr) {
         post(semaphore);
     }
-    if (hold.mutex) {
-        pthread_mutex_unlock(&m_record->mutex);
+    if (record != nullptr) {
+        pthread_mutex_unlock(&record->mutex);
     }
 }
 
