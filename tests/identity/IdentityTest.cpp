@@ -1,169 +1,302 @@
+#include "CoreLog.hpp"
 #include "HwVariant.hpp"
 #include "Identity/BoardIdLookup.hpp"
 #include "Process.hpp"
 #include "QorConfig.hpp"
 #include "TolvTrace.h"
 #include "Unit.hpp"
-#include "bsp/BoardId.hpp"
-#include "bsp/Components.hpp"
-#include "bsp/Counts.hpp"
-#include "bsp/Platform.hpp"
 #include "bsp/Product.hpp"
+#include "e2prom.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
+#include <climits>
+#include <optional>
+#include <regex>
+#include <set>
+#include <thread>
+
+#include <dlfcn.h>
+#include <sys/mount.h>
 
 namespace {
 
+using namespace os::bsp;
 using namespace test;
-using os::bsp::hwVariants;
 
-// What a query maps: a word of the hardware code, or the product code of the variant's row.
-enum Input { ProductCode, Platform, ControlBackplane, Traffic, Dsp = 5 };
+std::optional<ProductId> preemptedProduct;
+std::atomic<int> eepromReads;
 
-// What the message about an unknown one quotes: that word of the variant's row, the unit's own
-// input, or the product id of an unknown product.
-enum class Quoted { VariantRow, Own, NoProduct };
-
-struct Query {
-    const char* name;
-    Input input;
-    int (*flat)();
-    int (*inNamespace)();
-    std::map<int, int> answers;
-    const char* message;
-    int unknown;
-    Quoted quoted = Quoted::VariantRow;
-    std::string_view fpgaVariant = {};
-};
-
-template <auto Function>
-int asInt() {
-    return static_cast<int>(Function());
+template <class Function>
+Function* original(Function& /*preempted*/, const char* symbol) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));
 }
 
-constexpr auto* Fpga = asInt<os::bsp::getTrafFpgaType>;
-constexpr const char* NoFpga = "Not supported traffic FPGA: ";
+} // namespace
 
-// clang-format off
-const Query Queries[] = {
-    {"getPlatformType", Platform, Bsp_getPlatformType, asInt<os::bsp::getPlatformType>,
-     {{0, 1}, {1, 2}}, "Unknown platformType: ", 3},
-    {"getTrafficBackplane", Traffic, Bsp_getTrafficBackplane, asInt<os::bsp::getTrafficBackplane>,
-     {{0, 1}, {3, 2}, {4, 2}, {5, 2}, {6, 2}, {7, 2}, {8, 2}}, "Unknown backplaneType: ", 3},
-    {"getControlBackplane", ControlBackplane, Bsp_getControlBackplane, asInt<os::bsp::getControlBackplane>,
-     {{0, 1}, {1, 2}, {2, 3}}, "Unknown backplaneType: ", 4},
-    {"getDspType", Dsp, Bsp_getDspType, asInt<os::bsp::getDspType>,
-     {{0, 4}, {2, 5}, {4, 6}}, "Unknown dspType: ", 7},
-    {"getTrafFpgaType", Traffic, Bsp_getTrafFpgaType, Fpga,
-     {{0, 6}, {3, 12}, {4, 14}, {5, 15}, {6, 17}, {7, 18}, {8, 19}}, NoFpga, 23},
-    {"getTrafFpgaType", Traffic, Bsp_getTrafFpgaType, Fpga,
-     {{0, 7}, {3, 12}, {4, 14}, {5, 16}, {6, 17}, {7, 18}, {8, 20}}, NoFpga, 23,
-     Quoted::VariantRow, os::bsp::value::fpgaVariant::TwoTdm},
-    {"getTrafFpgaType", Traffic, Bsp_getTrafFpgaType, Fpga,
-     {{0, 6}, {3, 13}, {4, 14}, {5, 15}, {6, 17}, {7, 18}, {8, 19}}, NoFpga, 23,
-     Quoted::VariantRow, os::bsp::value::fpgaVariant::OneTdmRleEqpNoMlhc},
-    {"getNumberOfRadiolinks", Traffic, asInt<Bsp_getNumberOfRlt>, asInt<os::bsp::getNumberOfRadiolinks>,
-     {{0, 2}, {3, 2}, {4, 1}, {5, 2}, {6, 1}, {7, 1}, {8, 2}}, "Unknown traf type: ", 2, Quoted::Own},
-    {"getProductId", ProductCode, Bsp_getProductId, asInt<os::bsp::getProductId>,
-     {{1, 5}, {2, 6}, {3, 7}, {4, 10}, {5, 11}, {6, 13}, {7, 8}, {9, 12}, {10, 9}, {11, 14}, {12, 15},
-      {13, 16}, {14, 17}}, "Unknown product ID: ", 18, Quoted::Own},
-    {"getNumberOfChannels", ProductCode, asInt<Bsp_getNumberOfChannels>, asInt<os::bsp::getNumberOfChannels>,
-     {{1, 2}, {2, 1}, {3, 2}, {4, 2}, {5, 2}, {6, 2}, {7, 1}, {9, 1}, {10, 2}, {11, 2}, {12, 1},
-      {13, 2}, {14, 1}}, "Unknown product id: ", 1, Quoted::NoProduct},
-};
-// clang-format on
-
-// The variant row, the first one, has 77 in every word: it tells which word a message quotes.
-void setInput(const Query& query, int code) {
-    if (query.input == ProductCode) {
-        hwVariants[14].productCode = code;
-        return;
-    }
-    hwVariants.front().hwCode.words.fill(77);
-    if (code < 0) { // only the default code can be negative, and its row matches
-        hwVariants[14].hwCode.words.fill(code);
-        return;
-    }
-    unit::Code bytes = {99, 99, 99, 99, 99, 99, 99, 99};
-    bytes[query.input] = static_cast<unsigned char>(code);
-    unit::writeEeprom(bytes);
+// It may write more than is asked of it, also when it fails.
+extern "C" BSP_EXPORT int e2prom_data_read(int device, int section, unsigned char* buffer) {
+    ++eepromReads;
+    std::fill_n(buffer, 64, 0xee);
+    return original(e2prom_data_read, "e2prom_data_read")(device, section, buffer);
 }
 
-void expectAnswer(const Query& query, int code) {
-    SCOPED_TRACE(std::string(query.name) + " " + std::to_string(code));
-    const bool known = query.answers.contains(code);
-    const int expected = known ? query.answers.at(code) : query.unknown;
+ProductId os::bsp::getProductId() {
+    return preemptedProduct ? *preemptedProduct
+                            : original(getProductId, "_ZN2os3bsp12getProductIdEv")();
+}
+
+namespace {
+
+// Records, shortened to level and text; any other line stays as it is.
+std::string recordsIn(const std::string& err) {
+    static const std::regex record(
+        R"(\[bsp\.core\] (\d) os_extensions/bsp/src/Bsp:[1-9]\d* (\S+): ((ENTER )?\2\())");
+    return std::regex_replace(err, record, "$1 $3");
+}
+
+const auto VariantFile = unit::Config / key::FpgaVariant;
+const auto ModeFile = unit::Config / key::RadiolinkMode;
+const std::string Rl4(value::radiolinkMode::Rl4);
+const std::string Rl5(value::radiolinkMode::Rl5);
+const std::string NoEeprom = "1 operator()(): e2prom_data_read() failed. Returned 2\n";
+const std::string NoVariant = "1 operator()(): Invalid hardware variant\n";
+
+const std::string NoDefault =
+    "1 defaultHwCode(): No default hardware code, the hardware variant table has only ";
+
+// The platform's rows, numbered by revision and product code; each is there twice. Then what a unit
+// with this code in its EEPROM answers.
+constexpr std::pair<unit::Code, const char*> Variants[] = {
+    {{9, 0, 1, 8, 9, 4, 9, 0}, "? 1 Qor4 Pcie BCM85651 Ethernet Gorm Pell Gorm 2 None "},
+    {{9, 1, 0, 7, 9, 0, 9, 1},
+     "QOR4A 2 Qor5 Pci BCM85650 Ethernet Wendrel Wendrel Wendrel 1 None "},
+    {{9, 2, 3, 6, 9, 2, 9, 2}, "QOR3001 1 ? ? BCM85655 Ethernet Ulvar Ulvar Ulvar 1 None "},
+    {{9, 1, 2, 5, 9, 3, 9, 3}, "QOR3002 2 Qor5 Ethernet ? Ethernet Fennic Fennic2 Fennic 2 None "},
+    {{9, 3, 1, 4, 9, 1, 9, 4}, "TK8851_1 2 ? Pcie ? Ethernet Tormel Tormel Tormel 1 None "},
+    {{9, 0, 2, 3, 9, 5, 9, 5}, "TK8851_2 2 Qor4 Ethernet ? Ethernet Corvel Corvel Prisk 2 None "},
+    {{9, 1, 4, 0, 9, 2, 9, 6}, "TK8466 2 Qor5 ? BCM85655 Ptp Pirlan Dunvar Pirlan 2 None "},
+    {{9, 0, 0, 1, 9, 4, 9, 7}, "LYN3001 1 Qor4 Pci BCM85651 ? ? ? ? 2 None "},
+    {{9, 1, 1, 2, 9, 0, 9, 8}, "? 1 Qor5 Pcie BCM85650 ? ? ? ? 2 None "},
+    {{9, 0, 2, 9, 9, 2, 9, 9}, "TK8851_3 1 Qor4 Ethernet BCM85655 ? ? ? ? 2 None "},
+    {{9, 1, 0, 3, 9, 4, 9, 10}, "LYN3002 2 Qor5 Pci BCM85651 Ethernet Corvel Corvel Prisk 2 None "},
+    {{9, 0, 1, 8, 9, 0, 9, 11}, "TK8851_4 2 Qor4 Pcie BCM85650 Ethernet Gorm Pell Gorm 2 None "},
+    {{9, 1, 2, 0, 9, 2, 9, 12},
+     "QOR3003 1 Qor5 Ethernet BCM85655 Ptp Pirlan Dunvar Pirlan 2 None "},
+    {{9, 0, 0, 5, 9, 4, 9, 13},
+     "QOR3004 2 Qor4 Pci BCM85651 Ethernet Fennic Fennic2 Fennic 2 None "},
+    {{9, 1, 1, 4, 9, 0, 9, 14},
+     "LYN3003 1 Qor5 Pcie BCM85650 Ethernet Tormel Tormel Tormel 1 None "},
+    {{255, 255, 255, 255, 255, 255, 255, 255}, "? 1 ? ? ? ? ? ? ? 2 None "},
+};
+constexpr std::size_t All = 2 * std::size(Variants);
+
+void become(const std::string& eeprom, std::size_t rows) {
+    hwVariants = std::vector<QorHwVariant>(rows);
+    for (std::size_t i = 0; i < rows; ++i) {
+        const unit::Code& code = Variants[i % std::size(Variants)].first;
+        hwVariants[i].hwRevision = hwVariants[i].productCode = static_cast<int>(i);
+        std::copy(code.begin(), code.end(), hwVariants[i].hwCode.words.begin());
+    }
     std::filesystem::remove(unit::Eeprom);
+    if (!eeprom.empty()) {
+        unit::writeFile(unit::Eeprom, eeprom);
+    }
+}
+
+std::string name(NameTable table, int value) {
+    return (value == table.back().value ? "?" : lookupName(table, value)) + " ";
+}
+
+std::string answers() {
+    std::ostringstream all;
+    all << Bsp_getHwRevision() << ' ' << name(productIdNames(), Bsp_getProductId())
+        << Bsp_getNumberOfChannels() << ' ' << name(platformTypeNames(), Bsp_getPlatformType())
+        << name(controlBackplaneTypeNames(), Bsp_getControlBackplane())
+        << name(dspTypeNames(), Bsp_getDspType())
+        << name(trafficBackplaneTypeNames(), Bsp_getTrafficBackplane());
+    for (const auto& variant :
+         {value::Empty, value::fpgaVariant::TwoTdm, value::fpgaVariant::OneTdmRleEqpNoMlhc}) {
+        unit::writeFile(VariantFile, variant);
+        all << name(trafFpgaTypeNames(), Bsp_getTrafFpgaType());
+    }
+    all << Bsp_getNumberOfRlt() << ' ' << name(switchTypeNames(), Bsp_getSwitchType());
+    return all.str();
+}
+
+// Asked by all threads at once, a unit settles its code and its variant once.
+void expect(
+    const std::string& eeprom, std::size_t rows, const std::string& expected,
+    const std::string& records) {
     const auto outcome = inChild([&] {
-        setInput(query, code);
-        TolvTrace_setLevel("bsp.core", 1);
-        EXPECT_EQ(query.inNamespace(), expected);
+        become(eeprom, rows);
+        std::vector<std::jthread> threads(8);
+        for (std::jthread& thread : threads) {
+            thread = std::jthread(Bsp_getQorHwVariant);
+        }
+        threads.clear();
         TolvTrace_setLevel("bsp.core", 0);
-        EXPECT_EQ(query.flat(), expected);
+        EXPECT_EQ(answers(), expected);
+        EXPECT_EQ(eepromReads, 1);
     });
     EXPECT_EQ(outcome.status, 0) << outcome.out;
-    const bool own = code < 0 || query.quoted == Quoted::Own;
-    const int quoted = query.quoted == Quoted::NoProduct ? 18 : own ? code : 77;
-    const auto message =
-        std::string(": ") + query.name + "(): " + query.message + std::to_string(quoted);
-    EXPECT_EQ(countLines(outcome.err, message), known ? 0 : 1) << outcome.err;
+    EXPECT_EQ(recordsIn(outcome.err), records);
 }
 
-TEST(Identity, QueriesMapWhatTheUnitSays) {
-    for (const Query& query : Queries) {
-        unit::writeFile(unit::Config / os::bsp::key::FpgaVariant, query.fpgaVariant);
-        for (const int code :
-             {-1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 255, INT32_MIN}) {
-            expectAnswer(query, code);
-        }
+TEST(Hardware, AnswersFollowFromEepromAndVariants) {
+    for (std::size_t i = 0; i < std::size(Variants); ++i) {
+        const auto& [code, expected] = Variants[i];
+        expect(std::string(code.begin(), code.end()), All, std::to_string(i) + " " + expected, "");
     }
+    const std::string fifteenth = std::string("14 ") + Variants[14].second;
+    const std::string nothing = "0 ? 1 ? ? ? ? ? ? ? 2 None ";
+    expect("", All, fifteenth, NoEeprom);
+    expect("1234567", 15, fifteenth, "1 operator()(): e2prom_data_read() failed. Returned 5\n");
+    expect("", 14, nothing, NoDefault + "14 rows\n" + NoEeprom + NoVariant);
+    expect("", 0, nothing, NoDefault + "0 rows\n" + NoEeprom + NoVariant);
+    expect("12345678", All, nothing, NoVariant);
 }
 
-TEST(Identity, EntriesAndResultsAreTraced) {
+TEST(Hardware, RecordsTellWhatIsNotKnown) {
     TolvTrace_setLevel("bsp.core", 7);
-    testing::internal::CaptureStderr();
-    Bsp_getDspType(); // the EEPROM cannot be read
-    EXPECT_EQ(Bsp_getSwitchType(), 0);
-    Bsp_getNumberOfRlt();
-    EXPECT_EQ(Bsp_getNumberOfChannels(), 1U);
-    const std::string log = testing::internal::GetCapturedStderr();
-    EXPECT_LT(log.find("ENTER getDspType()"), log.find("e2prom_data_read"));
-    for (const char* name :
-         {"getSwitchType()", "getNumberOfRadiolinks()", "getNumberOfChannels()"}) {
-        EXPECT_EQ(countLines(log, std::string(": ENTER ") + name), 1) << log;
+    become("12345678", All);
+    const auto outcome = inChild(answers);
+    EXPECT_EQ(recordsIn(outcome.err), R"(1 operator()(): Invalid hardware variant
+1 getProductId(): Unknown product ID: 0
+6 ENTER getNumberOfChannels()
+1 getProductId(): Unknown product ID: 0
+1 getProductId(): Unknown product ID: 0
+1 getNumberOfChannels(): Unknown product id: 18
+7 getNumberOfChannels(): numberOfChannels = 1
+1 getPlatformType(): Unknown platformType: 0
+1 getControlBackplane(): Unknown backplaneType: 1
+6 ENTER getDspType()
+1 getDspType(): Unknown dspType: 4
+1 getTrafficBackplane(): Unknown backplaneType: 8
+1 getTrafFpgaType(): Not supported traffic FPGA: 8
+1 getTrafFpgaType(): Not supported traffic FPGA: 8
+1 getTrafFpgaType(): Not supported traffic FPGA: 8
+6 ENTER getNumberOfRadiolinks()
+1 getNumberOfRadiolinks(): Unknown traf type: 52
+6 ENTER getSwitchType()
+)");
+    const std::function<void()> queries[] = {
+        Bsp_getDspType, Bsp_getNumberOfRlt, Bsp_getNumberOfChannels};
+    for (const auto& query : queries) {
+        EXPECT_EQ(recordsIn(inChild(query).err).find("6 ENTER"), 0); // before the one-time steps
     }
-    EXPECT_EQ(countLines(log, "getNumberOfChannels(): numberOfChannels = 1"), 1);
 }
 
-struct Board {
-    int product;
-    int revision;
-    const char* text;
-    const char* latest;
-};
-
-TEST(Identity, BoardNamesFollowFromTheMap) {
+TEST(Hardware, BoardIsNamedByProductAndRevision) {
     constexpr const char* Unknown = "Unknown board revision";
-    constexpr Board Boards[] = {
-        {1, 4, "TK5452_R2_P1", "TK5452_XPIC"},  {1, 7, Unknown, "TK5452_XPIC"},
-        {0, 2, "TK5454_P3", "TK5454_P3"},       {2, 0, "TK5451_REV_A", "TK5451_REV_A"},
-        {4, 6, "DQ5492_R2_P3", "DQ5492_R2_P3"}, {5, 0, Unknown, Unknown},
-        {1, -1, Unknown, "TK5452_XPIC"},        {1, 0x10004, "TK5452_R2_P1", "TK5452_XPIC"},
+    constexpr const char* Xpic = "TK5452_XPIC";
+    const std::tuple<int, int, int, const char*, const char*> boards[] = {
+        {0, 2, 2, "TK5454_P3", "TK5454_P3"},
+        {1, 4, 65540, "TK5452_R2_P1", Xpic},
+        {1, 7, 65543, Unknown, Xpic},
+        {1, -1, -1, Unknown, Xpic},
+        {1, 0x10004, 65540, "TK5452_R2_P1", Xpic},
+        {2, 0, 0x20000, "TK5451_REV_A", "TK5451_REV_A"},
+        {3, 1, 0x30001, Unknown, "RV5491_REV_A"},
+        {4, 3, 0x40003, "DQ5492_P5", "DQ5492_R2_P3"},
+        {18, 0, 0x120000, Unknown, Unknown},
     };
-    for (const Board& board : Boards) {
-        const int boardId = os::bsp::makeBoardId(board.product, board.revision);
-        EXPECT_STREQ(os::bsp::findBoardIdText(Bsp_boardIdMap, boardId), board.text);
-        EXPECT_STREQ(os::bsp::findLatestBoardIdText(Bsp_boardIdMap, board.product), board.latest);
+    for (const auto& [product, revision, boardId, text, latest] : boards) {
+        preemptedProduct = ProductId{product};
+        hwVariants[14].hwRevision = revision; // of units without an EEPROM
+        EXPECT_EQ(Bsp_getBoardId(), boardId);
+        EXPECT_STREQ(Bsp_getBoardIdText(), text);
+        EXPECT_STREQ(Bsp_getLatestBoardIdText(), latest);
+        EXPECT_EQ(Bsp_getNumberOfChannels(), 1U);
     }
-    constexpr Bsp_BoardIdRow Unsorted[] = {{1 << 16 | 5, "five"}, {1 << 16 | 3, "three"}};
-    EXPECT_STREQ(os::bsp::findLatestBoardIdText(Unsorted, 1), "five");
-    hwVariants[14].hwRevision = 0xa0002; // shares bits with the product, 15
-    EXPECT_EQ(Bsp_getHwRevision(), 0xa0002);
-    EXPECT_EQ(Bsp_getBoardId(), 0xf0002);
-    EXPECT_STREQ(Bsp_getBoardIdText(), Unknown);
-    EXPECT_STREQ(Bsp_getLatestBoardIdText(), Unknown);
+    std::set<std::string> names;
+    for (const Bsp_BoardIdRow& row : Bsp_boardIdMap) {
+        EXPECT_TRUE(names.insert(row.text).second) << row.text;
+        EXPECT_STREQ(findBoardIdText(Bsp_boardIdMap, row.boardId), row.text);
+        const std::string product = lookupName(productIdNames(), row.boardId >> 16);
+        EXPECT_EQ(std::string(row.text).find(product + "_"), 0) << row.text;
+    }
+    constexpr Bsp_BoardIdRow unsorted[] = {{1 << 16 | 5, "five"}, {1 << 16 | 3, "three"}, {0, "0"}};
+    EXPECT_STREQ(findLatestBoardIdText(unsorted, 1), "five");
+    EXPECT_STREQ(findLatestBoardIdText(unsorted, 0), "0");
+}
+
+TEST(Setting, FpgaVariantIsReadAtEveryCall) {
+    const std::string variant(value::fpgaVariant::TwoTdm);
+    unit::writeEeprom({99, 0, 0, 0, 0, 0, 0, 0});
+    for (const auto& [text, fpga] :
+         {std::pair{variant, 7}, {variant + " ", 6}, {"twotdm", 6}, {variant + '\0', 6}}) {
+        unit::writeFile(VariantFile, text);
+        EXPECT_EQ(Bsp_getTrafFpgaType(), fpga) << text;
+    }
+    std::filesystem::remove(VariantFile);
+    std::filesystem::create_directory(VariantFile);
+    EXPECT_THROW(Bsp_getTrafFpgaType(), std::system_error);
+}
+
+// Every FPGA that can be fitted has an image under its name in lower case, and no other one has.
+TEST(FpgaPath, NamesOfFittedFpgasAreTheKeys) {
+    const std::set<int> fitted = {6, 7, 12, 13, 14, 15, 16, 17, 18, 19, 20};
+    std::set<std::string> paths = {Bsp_getFpgaPath("pci")};
+    for (const auto& row : trafFpgaTypeNames()) {
+        std::string key = row.name;
+        EXPECT_EQ(Bsp_getFpgaPath(key.c_str()), nullptr) << key;
+        key.front() = static_cast<char>(std::tolower(key.front()));
+        EXPECT_EQ(Bsp_getFpgaPath((key + " ").c_str()), nullptr) << key;
+        const char* const path = Bsp_getFpgaPath(key.c_str());
+        EXPECT_EQ(path != nullptr, fitted.contains(row.value)) << key;
+        EXPECT_TRUE(path == nullptr || paths.insert(path).second) << key;
+    }
+    for (const std::string& path : paths) {
+        EXPECT_TRUE(std::regex_match(path, std::regex(R"((\w+)/R\d+[A-Z]\d*/\1\.bin)"))) << path;
+    }
+    EXPECT_STREQ(Bsp_getFpgaPath("ulvar"), "fwi204411_9/R7G05/fwi204411_9.bin");
+}
+
+TEST(Setting, RadiolinkModeIsReadOnceAndSetForLaterProcesses) {
+    for (const auto& [text, mode] :
+         {std::pair{Rl5, 1}, {Rl4, 0}, {"", 0}, {Rl5 + "\n", 0}, {"rl5", 0}}) {
+        unit::writeFile(ModeFile, text);
+        const auto outcome = inChild([mode = mode] {
+            EXPECT_EQ(Bsp_getRadiolinkMode(), mode);
+            EXPECT_EQ(Bsp_setRadiolinkMode(RadiolinkMode::Rl4), 0);
+            EXPECT_EQ(unit::readFile(ModeFile), Rl4);
+            EXPECT_EQ(Bsp_setRadiolinkMode(RadiolinkMode::Rl5), 0);
+            EXPECT_EQ(Bsp_setRadiolinkMode(RadiolinkMode::EndOfList), -1);
+            EXPECT_EQ(unit::readFile(ModeFile), Rl5);
+            EXPECT_EQ(Bsp_clearRadiolinkMode(), 0);
+            EXPECT_FALSE(std::filesystem::exists(ModeFile));
+            std::jthread([mode] { EXPECT_EQ(Bsp_getRadiolinkMode(), mode); });
+        });
+        EXPECT_EQ(outcome.status, 0) << text << outcome.out;
+        EXPECT_EQ(
+            recordsIn(outcome.err),
+            "1 setRadiolinkMode(): Unsupported radio-link mode: EndOfList\n");
+    }
+}
+
+TEST(Setting, RadiolinkModeFailsWithTheStore) {
+    std::filesystem::create_directories(ModeFile);
+    EXPECT_THROW(Bsp_getRadiolinkMode(), std::system_error);
+    EXPECT_EQ(Bsp_clearRadiolinkMode(), -1);
+    ASSERT_EQ(mount("none", unit::Config.c_str(), "tmpfs", 0, nullptr), 0);
+    unit::writeFile(ModeFile, Rl5);
+    ASSERT_EQ(mount("none", unit::Config.c_str(), "", MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    EXPECT_EQ(Bsp_setRadiolinkMode(RadiolinkMode::Rl4), -1);
+    EXPECT_EQ(Bsp_getRadiolinkMode(), 1); // the failed call has settled nothing
+}
+
+TEST(Log, EvaluatesPiecesFirstAndKeepsErrno) {
+    hwVariants[14].hwRevision = 7;
+    testing::internal::CaptureStderr();
+    errno = EINTR;
+    BSP_LOG(coreLog(), 3, INT_MIN, " ", ULLONG_MAX, " ", Bsp_getHwRevision()); // opens and logs
+    EXPECT_EQ(errno, EINTR);
+    EXPECT_ANY_THROW(BSP_LOG(coreLog(), 3, "never ", (errno = ENOENT, std::stoi(""))));
+    EXPECT_EQ(errno, EINTR);
+    EXPECT_EQ(
+        recordsIn(testing::internal::GetCapturedStderr()),
+        NoEeprom + "3 TestBody(): -2147483648 18446744073709551615 7\n");
 }
 
 } // namespace

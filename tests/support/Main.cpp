@@ -2,32 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <string>
-#include <vector>
-
-#include <unistd.h>
-
-namespace {
-
-// Tests write to /etc, /dev and shared memory: never to the machine's own.
-[[noreturn]] void restartInPrivateMachine(std::vector<std::string> words) {
-    words.front() = std::filesystem::read_symlink("/proc/self/exe");
-    words = test::launchable(words);
-    words.insert(words.begin(), BSP_PRIVATE_MACHINE);
-    std::vector<char*> command;
-    for (std::string& word : words) {
-        command.push_back(word.data());
-    }
-    command.push_back(nullptr);
-    execv(command.front(), command.data());
-    std::perror(command.front());
-    std::_Exit(2);
-}
-
-} // namespace
 
 // Tests ask for more memory than there is, to be told so.
 extern "C" {
@@ -40,10 +16,12 @@ __attribute__((weak, visibility("default"))) const char* __tsan_default_options(
 }
 
 int main(int argc, char** argv) {
-    const std::vector<std::string> words(argv, argv + argc);
+    test::Words words(argv, argv + argc);
     testing::InitGoogleTest(&argc, argv);
+    // Tests write to /etc, /dev and shared memory: never to the machine's own.
     if (!GTEST_FLAG_GET(list_tests) && std::getenv("BSP_PRIVATE_MACHINE") == nullptr) {
-        restartInPrivateMachine(words);
+        words.front() = std::filesystem::read_symlink("/proc/self/exe");
+        test::execute(words, {BSP_PRIVATE_MACHINE});
     }
     return RUN_ALL_TESTS();
 }

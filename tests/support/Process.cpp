@@ -1,16 +1,15 @@
 #include "Process.hpp"
 
+#include "Unit.hpp"
+
 #include <gtest/gtest.h>
 
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
+#include <csignal>
 #include <iterator>
 #include <sstream>
 
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,35 +24,28 @@ int openCapture(const char* name) {
 }
 
 std::string takeContent(int fd) {
-    std::string content;
-    char chunk[4096];
-    lseek(fd, 0, SEEK_SET);
-    for (ssize_t count; (count = read(fd, chunk, sizeof chunk)) > 0;) {
-        content.append(chunk, static_cast<std::size_t>(count));
-    }
+    std::string content = unit::readFile("/proc/self/fd/" + std::to_string(fd));
     close(fd);
     return content;
 }
 
-[[noreturn]] void runBody(const std::function<void()>& body, int out, int err) {
-    dup2(out, STDOUT_FILENO);
-    dup2(err, STDERR_FILENO);
-    try {
-        body();
-    } catch (const std::exception& exception) {
-        ADD_FAILURE() << exception.what();
-    }
-    std::exit(testing::Test::HasFailure() ? 1 : 0);
+// A child starts with those of the test.
+int countFailures() {
+    return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count();
 }
 
 } // namespace
 
-Child::Child(const std::function<void()>& body)
+Child::Child(const std::function<void()>& body) noexcept
     : m_out(openCapture("stdout")), m_err(openCapture("stderr")) {
     std::fflush(nullptr);
     m_pid = fork();
     if (m_pid == 0) {
-        runBody(body, m_out, m_err);
+        dup2(m_out, STDOUT_FILENO);
+        dup2(m_err, STDERR_FILENO);
+        const int before = countFailures();
+        body();
+        std::exit(countFailures() > before ? 1 : 0);
     }
 }
 
@@ -66,48 +58,41 @@ Child::~Child() {
 
 Outcome Child::wait() {
     int status = 0;
-    while (waitpid(m_pid, &status, 0) == -1 && errno == EINTR) {
-    }
+    TEMP_FAILURE_RETRY(waitpid(m_pid, &status, 0));
     m_pid = -1;
     const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     return {code, takeContent(m_out), takeContent(m_err)};
 }
 
-Outcome inChild(const std::function<void()>& body) {
-    return Child(body).wait();
-}
-
-std::vector<std::string> launchable(const std::vector<std::string>& command) {
-    std::istringstream emulator(BSP_EMULATOR);
-    std::vector<std::string> words{std::istream_iterator<std::string>(emulator), {}};
-    words.insert(words.end(), command.begin(), command.end());
-    return words;
-}
-
-Outcome runProgram(
-    const std::vector<std::string>& command, const std::vector<std::string>& environment) {
+Outcome runProgram(const Words& command, const Words& environment) {
     return inChild([&] {
         for (const std::string& assignment : environment) {
             putenv(const_cast<char*>(assignment.c_str()));
         }
-        std::vector<std::string> launched = launchable(command);
-        std::vector<char*> words;
-        for (std::string& word : launched) {
-            words.push_back(word.data());
-        }
-        words.push_back(nullptr);
-        execvp(words[0], words.data());
-        std::perror(words[0]);
-        _exit(127);
+        execute(command);
     });
 }
 
+void execute(const Words& command, const Words& launcher) {
+    std::istringstream emulator(BSP_EMULATOR);
+    Words words = launcher;
+    words.insert(words.end(), std::istream_iterator<std::string>(emulator), {});
+    words.insert(words.end(), command.begin(), command.end());
+    std::vector<char*> arguments;
+    for (std::string& word : words) {
+        arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
+    execvp(arguments[0], arguments.data());
+    std::perror(arguments[0]);
+    std::_Exit(127);
+}
+
 int countLines(std::string_view output, std::string_view text) {
+    std::istringstream lines{std::string(output)};
     int count = 0;
-    while (!output.empty()) {
-        const auto end = std::min(output.find('\n'), output.size() - 1);
-        count += output.substr(0, end).find(text) != std::string_view::npos ? 1 : 0;
-        output.remove_prefix(end + 1);
+    for (std::string line; std::getline(lines, line);) {
+        count += line.find(text) != std::string::npos ? 1 : 0;
     }
     return count;
 }

@@ -16,13 +16,11 @@ struct Outcome {
     std::string err;
 };
 
-/// Runs `body` in a forked child that then exits normally; status 1 when an assertion failed in it.
-Outcome inChild(const std::function<void()>& body);
-
-/// As above, for a process that runs beside the test.
+/// Runs `body` in a forked child beside the test, which then exits normally; status 1 when an
+/// assertion failed in it.
 class Child {
 public:
-    explicit Child(const std::function<void()>& body);
+    explicit Child(const std::function<void()>& body) noexcept;
     ~Child();
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
@@ -37,12 +35,18 @@ private:
     pid_t m_pid;
 };
 
-/// The command behind the emulator that these programs need, if they need one.
-std::vector<std::string> launchable(const std::vector<std::string>& command);
+/// As above, to its end.
+inline Outcome inChild(const std::function<void()>& body) {
+    return Child(body).wait();
+}
+
+using Words = std::vector<std::string>;
 
 /// Runs a program with NAME=VALUE additions to its environment.
-Outcome runProgram(
-    const std::vector<std::string>& command, const std::vector<std::string>& environment = {});
+Outcome runProgram(const Words& command, const Words& environment = {});
+
+/// Becomes the program, which `launcher` starts and, for another machine's programs, the emulator.
+[[noreturn]] void execute(const Words& command, const Words& launcher = {});
 
 /// The lines that contain `text`.
 int countLines(std::string_view output, std::string_view text);

@@ -1,7 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -13,21 +17,42 @@ using Code = std::array<unsigned char, 8>;
 inline const std::filesystem::path Root = "/tmp/unit";
 inline const std::filesystem::path Eeprom = Root / "var/lib/qor/e2prom/5/1";
 inline const std::filesystem::path Config = Root / "var/lib/qor/config";
+inline const std::filesystem::path WarmArea = Root / "dev/top.dtcm0";
 
 /// Creates or replaces a file, and the folders above it.
-void writeFile(const std::filesystem::path& path, std::string_view content);
-std::string readFile(const std::filesystem::path& path);
+inline void writeFile(const std::filesystem::path& path, std::string_view content) {
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+}
 
-void writeEeprom(const Code& code);
+inline std::string readFile(const std::filesystem::path& path) {
+    std::ostringstream content;
+    content << std::ifstream(path, std::ios::binary).rdbuf();
+    return content.str();
+}
 
-inline const std::filesystem::path WarmArea = Root / "dev/top.dtcm0";
+inline void writeEeprom(const Code& code) {
+    writeFile(Eeprom, std::string(code.begin(), code.end()));
+}
 
 enum Restart : char { Cold, Warm, Watchdog, Unknown };
 
 /// Makes this a unit that tells its last restart in a register, with `area` as its warm area.
-void restart(Restart cause, std::string_view area);
+inline void restart(Restart cause, std::string_view area) {
+    writeEeprom({16, 0, 0, 0, 0, 0, 0, 0});
+    writeFile(Root / "dev/top.sys_ctrl0", std::string{cause, '\0', '\0', '\0'});
+    std::filesystem::remove(WarmArea);
+    writeFile(WarmArea, area);
+    for (const auto& shared : std::filesystem::directory_iterator("/dev/shm")) {
+        std::filesystem::remove(shared);
+    }
+}
 
 /// What power-on leaves in a warm area: noise, but repeatable.
-std::string noise(std::size_t size);
+inline std::string noise(std::size_t size) {
+    std::string bytes(size, '\0');
+    std::generate(bytes.begin(), bytes.end(), std::mt19937(20)); // NOLINT(*-msc51-cpp,*-seed)
+    return bytes;
+}
 
 } // namespace test::unit
