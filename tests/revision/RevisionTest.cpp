@@ -1,4 +1,5 @@
 #include "FileDescriptor.hpp"
+#include "Process.hpp"
 #include "TolvTrace.h"
 #include "Unit.hpp"
 #include "bsp/Bsp.h"
@@ -78,9 +79,6 @@ namespace {
 // The records of `body`, without trace, source and line; the descriptor that it gets first shows
 // as "first". It has to close all that it opens.
 std::string recordsOf(int level, const Fault& fault, const std::function<void()>& body) {
-    // Nothing else is a record, such as what a sanitizer tells.
-    static const std::regex record(
-        R"(\[bsp\.core\] (\d) os_extensions/bsp/src/Bsp:\d+ (\w+): ((ENTER \2\(|\2\(\): ).*\n))");
     TolvTrace_setLevel("bsp.core", level);
     testing::internal::CaptureStderr();
     const int descriptor = nextDescriptor();
@@ -88,10 +86,8 @@ std::string recordsOf(int level, const Fault& fault, const std::function<void()>
     body();
     pending = {};
     EXPECT_EQ(nextDescriptor(), descriptor);
-    const auto log = std::regex_replace(
-        testing::internal::GetCapturedStderr(), record, "$1 $3",
-        std::regex_constants::format_no_copy);
     const std::regex first("fd=" + std::to_string(descriptor) + "\\)");
+    const std::string log = test::recordsIn(testing::internal::GetCapturedStderr());
     return std::regex_replace(log, first, "fd=first)");
 }
 

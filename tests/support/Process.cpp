@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <iterator>
+#include <regex>
 #include <sstream>
 
 #include <fcntl.h>
@@ -86,6 +87,13 @@ void execute(const Words& command, const Words& launcher) {
     execvp(arguments[0], arguments.data());
     std::perror(arguments[0]);
     std::_Exit(127);
+}
+
+std::string recordsIn(const std::string& output) {
+    static const std::regex record(
+        R"(\[(bsp\.core|Bsp\.WarmDatabase|bsp\.networking)\] (\d) )"
+        R"(os_extensions/bsp/src/(Bsp|WarmDatabase|WarmSlot):[1-9]\d* (\S+): ((ENTER )?\4\(.*\n))");
+    return std::regex_replace(output, record, "$2 $5", std::regex_constants::format_no_copy);
 }
 
 int countLines(std::string_view output, std::string_view text) {

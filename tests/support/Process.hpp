@@ -48,6 +48,9 @@ Outcome runProgram(const Words& command, const Words& environment = {});
 /// Becomes the program, which `launcher` starts and, for another machine's programs, the emulator.
 [[noreturn]] void execute(const Words& command, const Words& launcher = {});
 
+/// Level and text of the layer's records, a line each, and nothing else of the output.
+std::string recordsIn(const std::string& output);
+
 /// The lines that contain `text`.
 int countLines(std::string_view output, std::string_view text);
 

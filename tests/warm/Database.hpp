@@ -4,9 +4,7 @@
 #include "bsp/WarmDatabase.hpp"
 
 #include <cstddef>
-#include <set>
 #include <string>
-#include <string_view>
 
 namespace test {
 
@@ -32,13 +30,6 @@ inline std::string numbered(std::string name, std::size_t number) {
 }
 
 inline constexpr std::size_t BlockSize = 1536;
-
-/// Creates, retrieves, and finds or creates the objects "A" and "B", for ever.
-[[noreturn]] void useObjects(unsigned seed);
-
-/// Names are distinct, among those known, and without a hole before them; but for the slot's, the
-/// objects are zeroes.
-void expectWholeObjects(std::string_view area, const std::set<std::string>& known);
 
 inline os::bsp::dtcm::WarmDatabase& database() {
     return os::bsp::dtcm::WarmDatabase::getInstance();

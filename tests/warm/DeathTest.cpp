@@ -10,12 +10,14 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <random>
 #include <set>
 #include <thread>
 
 #include <sys/ptrace.h>
+#include <sys/user.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -45,6 +47,71 @@ namespace {
 using namespace test;
 using namespace std::chrono_literals;
 
+// Creates, retrieves, and finds or creates the objects "A" and "B", for ever.
+[[noreturn]] void useObjects(unsigned seed) {
+    std::minstd_rand random(seed);
+    while (true) {
+        const char* const name = random() % 2 == 0 ? "A" : "B";
+        void* data = nullptr;
+        switch (random() % 3) {
+        case 0:
+            WarmDatabase_createObject(name, &data, 1520);
+            break;
+        case 1:
+            WarmDatabase_retrieveObject(name, &data, 8);
+            break;
+        default:
+            const Object object(name);
+        }
+    }
+}
+
+// Names are distinct, among those known, and without a hole before them; but for the slot's, the
+// objects are zeroes.
+void expectWholeObjects(std::string_view area) {
+    const std::set<std::string> known = {"A", "B", "SLOT", "next"};
+    std::set<std::string> names;
+    bool freeSeen = false;
+    for (std::size_t block = 0; block < 21 * BlockSize; block += BlockSize) {
+        const std::string name(area.data() + block, strnlen(area.data() + block, 16));
+        EXPECT_FALSE(freeSeen && !name.empty()) << "a hole before " << name;
+        freeSeen = freeSeen || name.empty();
+        EXPECT_TRUE(freeSeen || names.insert(name).second) << name << " twice";
+        EXPECT_TRUE(freeSeen || known.contains(name)) << "not an object: " << name;
+        const bool zeroes =
+            area.substr(block + 16, 1520).find_first_not_of('\0') == std::string_view::npos;
+        EXPECT_TRUE(freeSeen || zeroes || name == "SLOT") << name;
+    }
+}
+
+// A new process works at once, on objects that are known, whole, there once and without a hole.
+// How often it has taken over the lock from somebody who died.
+int expectSound() {
+    const auto begin = std::chrono::steady_clock::now();
+    const Outcome next = inChild([] {
+        alarm(10);
+        EXPECT_EQ(Object("next").result, 0);
+        EXPECT_EQ(Bsp_getSlotId() | 1, Bsp_getSlotId() == -1 ? -1 : 1); // not set, 0 or 1
+    });
+    EXPECT_EQ(next.status, 0) << next.out << next.err;
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
+    expectWholeObjects(unit::readFile(unit::WarmArea));
+    return countLines(next.err, "taken over");
+}
+
+// An orderly exit, with four threads in the middle of something.
+void exitWithBusyThreads(unsigned seed, unsigned long microseconds) {
+    TolvTrace_setLevel("Bsp.WarmDatabase", 0);
+    alarm(10);
+    Object("A"); // which waits for what others have left
+    for (unsigned thread = 0; thread < 4; ++thread) {
+        std::thread(useObjects, 4 * seed + thread).detach();
+    }
+    std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+}
+
+#ifdef __x86_64__ // where a program can be stepped through
+
 std::string contentOf(const std::filesystem::path& folder) {
     std::string content;
     for (const auto& file : std::filesystem::directory_iterator(folder)) {
@@ -64,32 +131,6 @@ std::string sharedState() {
     return state;
 }
 
-// A new process works at once, on objects that are known, whole, there once and without a hole.
-// How often it has taken over the lock from somebody who died.
-int expectSound() {
-    const auto begin = std::chrono::steady_clock::now();
-    const Outcome next = inChild([] {
-        alarm(10);
-        EXPECT_EQ(Object("next").result, 0);
-        EXPECT_EQ(Bsp_getSlotId() | 1, Bsp_getSlotId() == -1 ? -1 : 1); // not set, 0 or 1
-    });
-    EXPECT_EQ(next.status, 0) << next.out << next.err;
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
-    expectWholeObjects(unit::readFile(unit::WarmArea), {"A", "B", "SLOT", "next"});
-    return countLines(next.err, "taken over");
-}
-
-// Ends when the process exits, with four threads in the middle of something.
-void exitWithBusyThreads(unsigned seed, unsigned long microseconds) {
-    TolvTrace_setLevel("Bsp.WarmDatabase", 0);
-    alarm(10);
-    Object("A"); // which waits for what others have left
-    for (unsigned thread = 0; thread < 4; ++thread) {
-        std::thread(useObjects, 4 * seed + thread).detach();
-    }
-    std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
-}
-
 void killSelf() {
     kill(getpid(), SIGKILL);
 }
@@ -107,8 +148,18 @@ void dieTakingTheLock() {
     record.seekp(offsetof(os::bsp::dtcm::RunRecord, progress)).put(char{1}); // Progress::Moving
 }
 
-void use(const char* name) {
-    EXPECT_EQ(Object(name).result, 0);
+template <char Name>
+void use() {
+    EXPECT_EQ(Object({Name}).result, 0);
+}
+
+template <int Id>
+void setSlot() {
+    Bsp_setSlotId(Id);
+}
+
+void getSlot() {
+    Bsp_getSlotId();
 }
 
 void createAgain() {
@@ -116,101 +167,116 @@ void createAgain() {
     EXPECT_EQ(WarmDatabase_createObject("A", &data, 8), 0);
 }
 
+void dieInside() {
+    inChild([] { use<'B'>(), killSelf(); });
+}
+
+void leave() {
+    std::exit(0);
+}
+
+void nothing() {}
+
 struct Operation {
     const char* name;
     unit::Restart restart;
-    std::function<void()> others; // do this before
-    std::function<void()> before; // the victim does this
-    std::function<void()> act;    // it is killed while it does this
+    void (*others)(); // do this before
+    void (*before)(); // the victim does this
+    void (*act)();    // it is killed while it does this
 };
 
-const auto Nothing = [] {
+constexpr Operation Operations[] = {
+    {"FirstColdStart", unit::Cold, nothing, nothing, use<'A'>},
+    {"FirstWarmStart", unit::Warm, nothing, nothing, use<'A'>},
+    {"Attaching", unit::Cold, dieInside, nothing, use<'A'>},
+    {"CreatingAgain", unit::Warm, nothing, use<'A'>, createAgain},
+    {"CreatingAnother", unit::Warm, nothing, use<'B'>, use<'A'>},
+    {"FindingOne", unit::Warm, nothing, use<'A'>, use<'A'>},
+    {"FirstSlotUse", unit::Warm, nothing, use<'B'>, getSlot},
+    {"GettingTheSlot", unit::Warm, nothing, setSlot<1>, getSlot},
+    {"SettingTheSlot", unit::Warm, nothing, setSlot<1>, setSlot<0>},
+    {"ExitOfTheMaker", unit::Warm, nothing, use<'A'>, leave},
+    {"TakingOver", unit::Warm, dieWithTheLock, nothing, use<'A'>},
+    {"TakingOverAnOrphan", unit::Warm, dieTakingTheLock, nothing, use<'A'>},
 };
 
-const Operation Operations[] = {
-    {"FirstColdStart", unit::Cold, Nothing, Nothing,
-     [] {
-         use("A");
-     }},
-    {"FirstWarmStart", unit::Warm, Nothing, Nothing,
-     [] {
-         use("A");
-     }},
-    {"Attaching", unit::Cold, [] { inChild([] { use("B"), killSelf(); }); }, Nothing,
-     [] {
-         use("A");
-     }},
-    {"CreatingAgain", unit::Warm, Nothing, [] { use("A"); }, createAgain},
-    {"CreatingAnother", unit::Warm, Nothing, [] { use("B"); },
-     [] {
-         use("A");
-     }},
-    {"FindingOne", unit::Warm, Nothing, [] { use("A"); },
-     [] {
-         use("A");
-     }},
-    {"FirstSlotUse", unit::Warm, Nothing, [] { use("B"); },
-     [] {
-         Bsp_getSlotId();
-     }},
-    {"GettingTheSlot", unit::Warm, Nothing, [] { Bsp_setSlotId(1); },
-     [] {
-         Bsp_getSlotId();
-     }},
-    {"SettingTheSlot", unit::Warm, Nothing, [] { Bsp_setSlotId(1); },
-     [] {
-         Bsp_setSlotId(0);
-     }},
-    {"ExitOfTheMaker", unit::Warm, Nothing, [] { use("A"); },
-     [] {
-         std::exit(0);
-     }},
-    {"TakingOver", unit::Warm, dieWithTheLock, Nothing,
-     [] {
-         use("A");
-     }},
-    {"TakingOverAnOrphan", unit::Warm, dieTakingTheLock, Nothing,
-     [] {
-         use("A");
-     }},
+// A process that does an operation step by step, until it is killed.
+class Victim {
+public:
+    explicit Victim(const Operation& operation)
+        : m_child([&] {
+              operation.before();
+              ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+              raise(SIGSTOP);
+              operation.act();
+              _exit(0);
+          }) {
+        waitpid(m_child.pid(), nullptr, 0);
+    }
+
+    /// To its next stop of this kind; false when it has ended.
+    bool go(__ptrace_request kind) const {
+        int status = 0;
+        ptrace(kind, m_child.pid(), nullptr, nullptr);
+        waitpid(m_child.pid(), &status, 0);
+        return WIFSTOPPED(status);
+    }
+
+    /// Whether the step that has just been made was one.
+    bool hasCalledTheSystem() const {
+        const auto number = offsetof(user, regs.orig_rax);
+        return ptrace(PTRACE_PEEKUSER, m_child.pid(), number, nullptr) >= 0;
+    }
+
+private:
+    Child m_child;
+};
+
+// After so many system calls, and so many instructions since the last of them.
+struct Moment {
+    int calls;
+    int instructions;
 };
 
 class SteppedDeath : public testing::TestWithParam<Operation> {
 protected:
-    /// Runs the victim for at most so many instructions, and kills it; `seen` is asked after each.
-    static void run(std::size_t instructions, const std::function<void(std::size_t)>& seen) {
+    static Victim prepare() {
         const Operation& operation = GetParam();
         unit::restart(operation.restart, operation.restart == unit::Cold ? unit::noise(32768) : "");
         operation.others();
-        Child victim([&] {
-            operation.before();
-            ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-            raise(SIGSTOP);
-            operation.act();
-            _exit(0);
-        });
-        int status = 0;
-        waitpid(victim.pid(), &status, 0);
-        for (std::size_t done = 0; WIFSTOPPED(status) && done < instructions; seen(++done)) {
-            ptrace(PTRACE_SINGLESTEP, victim.pid(), nullptr, nullptr);
-            waitpid(victim.pid(), &status, 0);
+        return Victim(operation);
+    }
+
+    static std::vector<Moment> momentsOfChange() {
+        const Victim victim = prepare();
+        std::set<std::string> states;
+        std::vector<Moment> moments;
+        for (Moment now{}; victim.go(PTRACE_SINGLESTEP);) {
+            const bool called = victim.hasCalledTheSystem();
+            now = called ? Moment{now.calls + 1, 0} : Moment{now.calls, now.instructions + 1};
+            if (states.insert(sharedState()).second) {
+                moments.push_back(now);
+            }
         }
+        return moments;
     }
 };
 
 TEST_P(SteppedDeath, AtEveryStateOfWhatIsSharedStopsNobody) {
-    std::set<std::string> states;
-    std::vector<std::size_t> firsts; // the instructions after which there was a new one
-    run(SIZE_MAX, [&](std::size_t instruction) {
-        if (states.insert(sharedState()).second) {
-            firsts.push_back(instruction);
+    const std::vector<Moment> moments = momentsOfChange();
+    ASSERT_GT(moments.size(), 1U);
+    for (const Moment& moment : moments) {
+        {
+            const Victim victim = prepare();
+            for (int i = 0; i < 2 * moment.calls; ++i) {
+                victim.go(PTRACE_SYSCALL); // to its begin, and to its end
+            }
+            for (int i = 0; i < moment.instructions; ++i) {
+                victim.go(PTRACE_SINGLESTEP);
+            }
         }
-    });
-    ASSERT_GT(firsts.size(), 1U);
-    for (const std::size_t instruction : firsts) {
-        run(instruction, [](std::size_t) {});
         expectSound();
-        ASSERT_FALSE(HasFailure()) << instruction;
+        ASSERT_FALSE(HasFailure()) << &moment - moments.data();
     }
 }
 
@@ -218,7 +284,10 @@ INSTANTIATE_TEST_SUITE_P(
     In, SteppedDeath, testing::ValuesIn(Operations),
     [](const auto& operation) { return std::string(operation.param.name); });
 
-// Whatever memory runs out for in a first process, the next one finds a clean area.
+#endif
+
+// Whatever memory runs out for in a first process, the next one finds a clean area. An operation
+// fails alone.
 TEST(Death, OfMemoryInAFirstStart) {
     bool failed = true;
     for (int enough = 0; failed && !HasFailure(); ++enough) {
@@ -230,6 +299,13 @@ TEST(Death, OfMemoryInAFirstStart) {
                  }).status != 0;
         expectSound();
     }
+    const Outcome refused = inChild([] {
+        void* data = nullptr;
+        const std::string name(5000, 'n');
+        allocationsLeft = 0;
+        _exit(WarmDatabase_createObject(name.c_str(), &data, 1) + 2);
+    });
+    EXPECT_EQ(refused.status, 1);
 }
 
 // scripts/soak asks for minutes of it.
@@ -240,7 +316,7 @@ TEST(Death, AtRandomMomentsLosesNothing) {
     std::minstd_rand random(1);
     unsigned rounds = 0;
     int takeOvers = 0;
-    for (; rounds < 60 || std::chrono::steady_clock::now() < end; ++rounds) {
+    for (; rounds < 100 || std::chrono::steady_clock::now() < end; ++rounds) {
         if (rounds % 50 == 0) {
             unit::restart(
                 rounds % 100 == 0 ? unit::Cold : unit::Warm, unit::readFile(unit::WarmArea));
@@ -258,15 +334,6 @@ TEST(Death, AtRandomMomentsLosesNothing) {
         ASSERT_FALSE(HasFailure()) << "round " << rounds;
     }
     std::printf("%u rounds, %u kills, %d take-overs\n", rounds, 2 * rounds, takeOvers);
-}
-
-TEST(Death, OfAProcessWithBusyThreadsIsAnOrderlyExit) {
-    unit::restart(unit::Warm, "");
-    for (unsigned round = 0; round < 500; ++round) {
-        const Outcome outcome = inChild([round] { exitWithBusyThreads(round, round * 7 % 2000); });
-        ASSERT_EQ(outcome.status, 0) << outcome.err;
-    }
-    expectSound();
 }
 
 } // namespace
