@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <list>
 #include <random>
 #include <set>
 #include <thread>
@@ -94,7 +95,7 @@ int expectSound() {
         EXPECT_EQ(Bsp_getSlotId() | 1, Bsp_getSlotId() == -1 ? -1 : 1); // not set, 0 or 1
     });
     EXPECT_EQ(next.status, 0) << next.out << next.err;
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s) << next.err;
     expectWholeObjects(unit::readFile(unit::WarmArea));
     return countLines(next.err, "taken over");
 }
@@ -308,32 +309,44 @@ TEST(Death, OfMemoryInAFirstStart) {
     EXPECT_EQ(refused.status, 1);
 }
 
-// scripts/soak asks for minutes of it.
+// scripts/soak asks for minutes of it, with more processes.
 TEST(Death, AtRandomMomentsLosesNothing) {
     const char* const minutes = std::getenv("BSP_SOAK_MINUTES");
     const auto end = std::chrono::steady_clock::now() +
                      std::chrono::minutes(minutes != nullptr ? atoi(minutes) : 0);
+    const unsigned victimsInARound = minutes != nullptr ? 50 : 2;
     std::minstd_rand random(1);
-    unsigned rounds = 0;
+    unsigned kills = 0;
     int takeOvers = 0;
-    for (; rounds < 100 || std::chrono::steady_clock::now() < end; ++rounds) {
-        if (rounds % 50 == 0) {
+    for (unsigned round = 0; round < 60 || std::chrono::steady_clock::now() < end; ++round) {
+        if (round % 50 == 0) {
             unit::restart(
-                rounds % 100 == 0 ? unit::Cold : unit::Warm, unit::readFile(unit::WarmArea));
+                round % 100 == 0 ? unit::Cold : unit::Warm, unit::readFile(unit::WarmArea));
         }
-        Child busy([&] { exitWithBusyThreads(rounds, random() % 1000); });
-        Child victims[] = {
-            Child([&] { useObjects(2 * rounds); }), Child([&] { useObjects(2 * rounds + 1); })};
-        std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
-        for (Child& victim : victims) {
-            kill(victim.pid(), SIGKILL);
+        Child busy([&] { exitWithBusyThreads(round, random() % 1000); });
+        std::list<Child> victims;
+        while (victims.size() < victimsInARound) {
+            victims.emplace_back([&] { useObjects(++kills); });
+            ++kills;
+        }
+        for (; !victims.empty(); victims.pop_front()) { // which kills it
+            std::this_thread::sleep_for(std::chrono::microseconds(random() % 2000));
         }
         const Outcome outcome = busy.wait();
         ASSERT_EQ(outcome.status, 0) << outcome.err;
         takeOvers += expectSound();
-        ASSERT_FALSE(HasFailure()) << "round " << rounds;
+        ASSERT_FALSE(HasFailure()) << "kill " << kills;
     }
-    std::printf("%u rounds, %u kills, %d take-overs\n", rounds, 2 * rounds, takeOvers);
+    std::printf("%u kills, %d take-overs\n", kills, takeOvers);
+}
+
+TEST(Death, OfAProcessWithBusyThreadsIsAnOrderlyExit) {
+    unit::restart(unit::Warm, "");
+    for (unsigned round = 0; round < 500; ++round) {
+        const Outcome outcome = inChild([round] { exitWithBusyThreads(round, round * 7 % 2000); });
+        ASSERT_EQ(outcome.status, 0) << outcome.err;
+    }
+    expectSound();
 }
 
 } // namespace

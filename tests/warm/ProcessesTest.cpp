@@ -119,6 +119,21 @@ TEST_F(Clients, OperationsWaitForTheLockThroughSignals) {
     }
 }
 
+TEST_F(Clients, StoppedHolderIsWaitedFor) {
+    int stopped[2];
+    ASSERT_EQ(pipe(stopped), 0);
+    Child holder([&] {
+        database().lock();
+        EXPECT_EQ(write(stopped[1], "", 1), 1);
+        raise(SIGSTOP);
+        database().unlock();
+    });
+    char locked = 0;
+    ASSERT_EQ(read(stopped[0], &locked, 1), 1);
+    EXPECT_TRUE(waits([] { Object("A"); }, [&] { kill(holder.pid(), SIGCONT); }));
+    EXPECT_EQ(holder.wait().status, 0);
+}
+
 // Nobody reads what this process reports, so it waits for ever; the others do not. The slot's
 // object is looked at again with the lock.
 TEST_F(Clients, ReportsAreWrittenWithoutTheLock) {
