@@ -100,6 +100,7 @@ TEST_F(Clients, OperationsWaitForTheLockThroughSignals) {
         [&] { EXPECT_EQ(WarmDatabase_createObject("A", &data, 1), 0); },
         [&] { EXPECT_EQ(WarmDatabase_retrieveObject("A", &data, 1), 0); },
         [] { EXPECT_FALSE(Object("A").created); },
+        [&] { const os::bsp::dtcm::WarmDatabase::SemLockGuard guard(m_semaphore); },
     };
     for (const auto& operation : operations) {
         const auto disturbed = [&] {

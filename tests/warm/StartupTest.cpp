@@ -93,9 +93,13 @@ TEST(Startup, NamesGoWithTheProcessThatMadeThem) {
         return std::filesystem::exists(SemaphoreFile) && std::filesystem::exists(SyncFile);
     };
     unit::restart(unit::Warm, "");
+    umask(0);
     start([&] {
         EXPECT_EQ(inChild([] { Object("A"); }).status, 0); // forked, then exits
         EXPECT_TRUE(bothThere());
+        for (const auto& shared : std::filesystem::directory_iterator("/dev/shm")) {
+            EXPECT_EQ(shared.status().permissions(), std::filesystem::perms{0666}) << shared;
+        }
     });
     EXPECT_FALSE(std::filesystem::exists(SemaphoreFile) || std::filesystem::exists(SyncFile));
     sem_close(sem_open("/DtcmDbSharedSem", O_CREAT | O_EXCL, 0666, 1));
