@@ -1,6 +1,5 @@
 /* Shows the unit's radio-link mode, sets or clears it: radiolink-mode [Rl4|Rl5|clear] */
 #include "bsp/Bsp.h"
-#include "bsp/Vocabulary.h"
 
 #include <stdio.h>
 #include <string.h>
@@ -9,7 +8,7 @@ static int change(const char* wanted) {
     if (strcmp(wanted, "clear") == 0) {
         return Bsp_clearRadiolinkMode();
     }
-    for (int mode = 0; mode < 2; ++mode) {
+    for (int mode = 0; mode < Bsp_RadiolinkMode_EndOfList; ++mode) {
         if (strcmp(wanted, Bsp_radiolinkModeName(mode)) == 0) {
             return Bsp_setRadiolinkMode(mode);
         }

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "bsp/Bsp.h"
+#include "bsp/Cpp20.hpp"
 
 namespace os::bsp {
 

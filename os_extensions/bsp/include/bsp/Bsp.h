@@ -16,6 +16,7 @@
 #ifndef BSP_BSP_H
 #define BSP_BSP_H
 
+#include "bsp/Vocabulary.h"
 #include "bsp/export.h"
 
 #ifdef __cplusplus
@@ -43,7 +44,7 @@ typedef struct Bsp_HwVariant {
     int32_t hwCode[8];
 } Bsp_HwVariant;
 
-/// 0 for Rl4, 1 for Rl5.
+/// A Bsp_RadiolinkMode value.
 typedef int32_t RadiolinkMode;
 #endif
 
@@ -53,11 +54,11 @@ typedef int32_t RadiolinkMode;
 /// process.
 BSP_EXPORT const Bsp_HwVariant* Bsp_getQorHwVariant(void);
 
-/// The unit's product, a ProductId value (18 when it is not known).
+/// The unit's product, a Bsp_ProductId value.
 BSP_EXPORT int Bsp_getProductId(void);
 
-/// The revision of the unit's board, a HwRevision value; passed on as the platform's table has it,
-/// without a range test.
+/// The revision of the unit's board, a Bsp_HwRevision value; passed on as the platform's table has
+/// it, without a range test.
 BSP_EXPORT int Bsp_getHwRevision(void);
 
 /// Product in the upper 16 bits, hardware revision in the lower 16 bits.
@@ -69,14 +70,14 @@ BSP_EXPORT const char* Bsp_getBoardIdText(void);
 /// The name of the newest listed revision of this unit's product, or "Unknown board revision".
 BSP_EXPORT const char* Bsp_getLatestBoardIdText(void);
 
-/// The unit's generation and its backplanes: PlatformType, TrafficBackplaneType and
-/// ControlBackplaneType values.
+/// The unit's generation and its backplanes: Bsp_PlatformType, Bsp_TrafficBackplaneType and
+/// Bsp_ControlBackplaneType values.
 BSP_EXPORT int Bsp_getPlatformType(void);
 BSP_EXPORT int Bsp_getTrafficBackplane(void);
 BSP_EXPORT int Bsp_getControlBackplane(void);
 
-/// The unit's components: DspType, TrafFpgaType and SwitchType values. The traffic FPGA may take a
-/// look at the unit's configuration store, at every call.
+/// The unit's components: Bsp_DspType, Bsp_TrafFpgaType and Bsp_SwitchType values. The traffic FPGA
+/// may take a look at the unit's configuration store, at every call.
 BSP_EXPORT int Bsp_getDspType(void);
 BSP_EXPORT int Bsp_getTrafFpgaType(void);
 BSP_EXPORT int Bsp_getSwitchType(void);
@@ -85,17 +86,18 @@ BSP_EXPORT int Bsp_getSwitchType(void);
 BSP_EXPORT unsigned Bsp_getNumberOfChannels(void);
 BSP_EXPORT unsigned Bsp_getNumberOfRlt(void);
 
-/// The radio-link mode as the unit's configuration store had it at the first call in this process.
+/// The radio-link mode, a Bsp_RadiolinkMode value, as the unit's configuration store had it at the
+/// first call in this process.
 BSP_EXPORT int Bsp_getRadiolinkMode(void);
 
 /// Store or remove the radio-link mode, for processes that ask later. 0, or -1 when the store did
-/// not, or when the mode is neither 0 nor 1.
+/// not, or when the mode is neither Rl4 nor Rl5.
 BSP_EXPORT int Bsp_setRadiolinkMode(RadiolinkMode mode);
 BSP_EXPORT int Bsp_clearRadiolinkMode(void);
 
 /// The path of an FPGA's image, relative to the directory where images are kept; `key` is the
 /// FPGA's code name in lower case, or "pci", and must not be null. Null for any other key.
-BSP_EXPORT const char* Bsp_getFpgaPath(const char* key);
+BSP_EXPORT const char* Bsp_getFpgaPath(const char* key) BSP_NONNULL(1);
 
 /// One board: its id and its name, NUL-terminated and padded with NUL bytes.
 struct Bsp_BoardIdRow {
@@ -149,17 +151,24 @@ BSP_EXPORT int Bsp_getUbootProductInfo(
 /// A call waits for the database lock. A holder that dies is succeeded by whoever waits.
 
 /// Creates an object of zeroes; the data of one that is there by this name are lost.
-BSP_EXPORT int WarmDatabase_createObject(const char* blockName, void** data, unsigned objectSize);
+BSP_EXPORT int WarmDatabase_createObject(const char* blockName, void** data, unsigned objectSize)
+    BSP_NONNULL(2);
 
 /// Finds an object.
-BSP_EXPORT int WarmDatabase_retrieveObject(const char* blockName, void** data, unsigned objectSize);
+BSP_EXPORT int WarmDatabase_retrieveObject(const char* blockName, void** data, unsigned objectSize)
+    BSP_NONNULL(2);
 
-/// Finds an object, or else creates it. Of all who ask for a name at once, one gets `*created`
-/// true.
+/// Finds an object, or else creates it, full of zeroes. Of all who ask for a name at once, one gets
+/// `*created` true, which tells who made it and not that anybody has filled it: another process may
+/// read the object before its creator has, and a creator that dies leaves the zeroes to everybody.
+/// So whoever gets the object looks, with the sync object locked, whether a marker in it says that
+/// it is filled, and else fills it, the marker last: see examples/warm-object.c.
+///
 /// `*syncObject` receives the address of the block's pthread_mutex_t, which is shared between
 /// processes; on failure it is left alone.
 BSP_EXPORT int WarmDatabase_getObjectData(
-    const char* blockName, void** data, unsigned objectSize, void** syncObject, bool* created);
+    const char* blockName, void** data, unsigned objectSize, void** syncObject, bool* created)
+    BSP_NONNULL(2, 4, 5);
 
 /// Writes a summary of the used blocks, never more than `size` bytes with the terminating zero: no
 /// line is begun with fewer than 46 bytes left, and the last one may be cut; 1,100 bytes hold
@@ -167,10 +176,13 @@ BSP_EXPORT int WarmDatabase_getObjectData(
 BSP_EXPORT int WarmDatabase_getInfo(char* buffer, unsigned size);
 
 /// The same functions under other names.
-BSP_EXPORT int Bsp_createDtcmObject(const char* blockName, void** data, unsigned objectSize);
-BSP_EXPORT int Bsp_retrieveDtcmObject(const char* blockName, void** data, unsigned objectSize);
+BSP_EXPORT int Bsp_createDtcmObject(const char* blockName, void** data, unsigned objectSize)
+    BSP_NONNULL(2);
+BSP_EXPORT int Bsp_retrieveDtcmObject(const char* blockName, void** data, unsigned objectSize)
+    BSP_NONNULL(2);
 BSP_EXPORT int Bsp_getDtcmObjectData(
-    const char* blockName, void** data, unsigned objectSize, void** syncObject, bool* created);
+    const char* blockName, void** data, unsigned objectSize, void** syncObject, bool* created)
+    BSP_NONNULL(2, 4, 5);
 
 /// The unit's slot id, which survives a warm restart; -1 when it is not set, as after a cold
 /// restart, or when the warm database cannot supply it. Setting it then has no effect.

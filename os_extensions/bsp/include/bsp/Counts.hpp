@@ -4,6 +4,7 @@
 /// getProductId() throws.
 #pragma once
 
+#include "bsp/Cpp20.hpp"
 #include "bsp/export.h"
 
 #include <cstdint>

@@ -1,6 +1,7 @@
 /// Which image file belongs to an FPGA.
 #pragma once
 
+#include "bsp/Cpp20.hpp"
 #include "bsp/export.h"
 
 namespace os::bsp {

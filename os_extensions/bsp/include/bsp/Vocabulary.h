@@ -1,10 +1,12 @@
-/// The hardware vocabulary: every value of the layer's enumerations with its printable name, and
-/// for C the names by value. C++ programs use Vocabulary.hpp, which is made from the same lists.
+/// The hardware vocabulary for C11 and C++17: every value of the layer's enumerations, and the
+/// names by value. C++20 programs also have Vocabulary.hpp, which is made from the same lists.
 ///
 /// Values run from 0 without gaps. The value behind the last one, called "EndOfList", is what a
 /// query answers for hardware that it does not know; it is never a valid value.
 #ifndef BSP_VOCABULARY_H
 #define BSP_VOCABULARY_H
+
+#include "bsp/export.h"
 
 // clang-format off
 
@@ -126,28 +128,41 @@
     ENUMERATION(PlatformType,         platformType,         BSP_PLATFORM_TYPE_LIST)           \
     ENUMERATION(ResetType,            resetType,            BSP_RESET_TYPE_LIST)
 
-#ifndef __cplusplus
+// What an enumerator of each is called.
+#define BSP_ENUMERATOR_ProductId(value, name)            Bsp_ProductId_##name            = (value),
+#define BSP_ENUMERATOR_HwRevision(value, name)           Bsp_HwRevision_##name           = (value),
+#define BSP_ENUMERATOR_SwitchType(value, name)           Bsp_SwitchType_##name           = (value),
+#define BSP_ENUMERATOR_DspType(value, name)              Bsp_DspType_##name              = (value),
+#define BSP_ENUMERATOR_TrafFpgaType(value, name)         Bsp_TrafFpgaType_##name         = (value),
+#define BSP_ENUMERATOR_TrafficBackplaneType(value, name) Bsp_TrafficBackplaneType_##name = (value),
+#define BSP_ENUMERATOR_ControlBackplaneType(value, name) Bsp_ControlBackplaneType_##name = (value),
+#define BSP_ENUMERATOR_RadiolinkMode(value, name)        Bsp_RadiolinkMode_##name        = (value),
+#define BSP_ENUMERATOR_PlatformType(value, name)         Bsp_PlatformType_##name         = (value),
+#define BSP_ENUMERATOR_ResetType(value, name)            Bsp_ResetType_##name            = (value),
 
-#define BSP_NAME_IN_C(value, name) [value] = #name,
+/// The enumerations, for example:
+///
+///     enum Bsp_PlatformType { Bsp_PlatformType_Pt = 0, ..., Bsp_PlatformType_EndOfList = 3 };
+#define BSP_ENUMERATION(type, stem, LIST) enum Bsp_##type { LIST(BSP_ENUMERATOR_##type) };
+BSP_ENUMERATIONS(BSP_ENUMERATION)
+#undef BSP_ENUMERATION
+
+#ifdef __cplusplus
+extern "C" {
+#endif
 
 /// For each enumeration, for example:
 ///
 ///     const char* Bsp_productIdName(int value);
 ///
 /// the printable name of `value`, "EndOfList" for a value outside the list. The text is constant
-/// and lives as long as the process.
-#define BSP_NAME_FUNCTION_IN_C(type, stem, LIST)                                   \
-    static inline const char* Bsp_##stem##Name(int value) {                        \
-        static const char* const names[] = {LIST(BSP_NAME_IN_C)};                  \
-        enum { EndOfList = sizeof names / sizeof names[0] - 1 };                   \
-        return names[value >= 0 && value < EndOfList ? value : EndOfList];         \
-    }
+/// and lives as long as the process; never free it. May be called from any thread; never fails.
+#define BSP_NAME_FUNCTION(type, stem, LIST) BSP_EXPORT const char* Bsp_##stem##Name(int value);
+BSP_ENUMERATIONS(BSP_NAME_FUNCTION)
+#undef BSP_NAME_FUNCTION
 
-BSP_ENUMERATIONS(BSP_NAME_FUNCTION_IN_C)
-
-#undef BSP_NAME_FUNCTION_IN_C
-#undef BSP_NAME_IN_C
-
+#ifdef __cplusplus
+}
 #endif
 
 // clang-format on

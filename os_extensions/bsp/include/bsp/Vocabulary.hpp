@@ -4,6 +4,7 @@
 ///     std::string name = os::bsp::lookupName(os::bsp::productIdNames(), productId);
 #pragma once
 
+#include "bsp/Cpp20.hpp"
 #include "bsp/Vocabulary.h"
 #include "bsp/export.h"
 

@@ -6,6 +6,7 @@
 /// area they are the shared ones, but nothing keeps this process and others apart.
 #pragma once
 
+#include "bsp/Cpp20.hpp"
 #include "bsp/export.h"
 
 #include <cstddef>
@@ -73,6 +74,11 @@ public:
     /// Finds an object, or else creates it, in one step under the lock: of all who ask for a name
     /// at once, one gets `created` true. On failure the result is false, pointers are null. No
     /// out-parameter may be null; all are written before the lock is taken.
+    ///
+    /// `created` tells who made the object, which is all zeroes then, and not that anybody has
+    /// filled it: another process may read it before its creator has filled it, and a creator that
+    /// dies leaves the zeroes to everybody. So whoever gets the object looks, with the sync object
+    /// locked, whether a marker in it says that it is filled, and else fills it, the marker last.
     bool getObjectData(
         const std::string& blockName, void** data, unsigned objectSize, std::mutex** syncObject,
         bool& created);

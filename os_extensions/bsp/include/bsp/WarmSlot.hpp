@@ -1,6 +1,7 @@
 /// The unit's slot id, kept in the warm database.
 #pragma once
 
+#include "bsp/Cpp20.hpp"
 #include "bsp/export.h"
 
 namespace os::bsp {

@@ -20,7 +20,11 @@ class CodeTable {
 public:
     consteval CodeTable(std::initializer_list<CodeRow<Value>> rows) {
         for (const CodeRow<Value>& row : rows) {
-            Place& place = m_places.at(static_cast<std::size_t>(row.code));
+            const auto index = static_cast<std::uint32_t>(row.code);
+            if (index >= Size) {
+                throw "a row's code is outside the size of its table";
+            }
+            Place& place = m_places[index];
             if (place.taken) {
                 throw "two rows have the same code";
             }

@@ -7,6 +7,13 @@ namespace {
 
 [[maybe_unused]] const LogModule& logAtStartup = coreLog();
 
+// A value is the index of its row.
+const char* nameIn(NameTable table, int value) {
+    const std::size_t last = table.size() - 1;
+    const auto index = static_cast<unsigned>(value);
+    return table[index < last ? index : last].name.c_str();
+}
+
 } // namespace
 
 // The earliest static constructor finds the tables, as the compiler builds them. clang 14, which
@@ -29,3 +36,10 @@ BSP_ENUMERATIONS(BSP_NAME_TABLE)
 #undef BSP_CONSTANT
 
 } // namespace os::bsp
+
+#define BSP_NAME_FUNCTION(type, stem, LIST)                                                        \
+    const char* Bsp_##stem##Name(int value) {                                                      \
+        return os::bsp::nameIn(os::bsp::stem##Names(), value);                                     \
+    }
+BSP_ENUMERATIONS(BSP_NAME_FUNCTION)
+#undef BSP_NAME_FUNCTION

@@ -1,0 +1,6 @@
+/// What every header of the C++ interface begins with.
+#pragma once
+
+#if __cplusplus < 202002L
+#error "The C++ interface of the board-support layer needs C++20; bsp/Bsp.h serves C and C++17"
+#endif
