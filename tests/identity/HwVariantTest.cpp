@@ -37,7 +37,8 @@ void expectOnce(const std::function<void()>& body, const std::vector<std::string
         EXPECT_EQ(
             countLines(outcome.err, "[bsp.core] 1 os_extensions/bsp/src/Bsp:"),
             int(messages.size()));
-        EXPECT_EQ(countLines(outcome.err, "(): " + message), 1) << outcome.err;
+        EXPECT_EQ(countLines(outcome.err, " operator(): operator()(): " + message), 1)
+            << outcome.err;
     }
     EXPECT_EQ(countLines(outcome.err, ""), int(messages.size())) << outcome.err;
 }
