@@ -6,11 +6,15 @@
 #include <boost/interprocess/managed_shared_memory.hpp>
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <string>
+#include <vector>
 
 #include <pthread.h>
+#include <semaphore.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,6 +26,13 @@ using Object = std::array<char, 1520>;
 
 constexpr const char* SegmentName = "benchmark";
 constexpr const char* LastObject = "object 20";
+
+// A measurement of what fails would tell nothing: on a machine without a warm area, say.
+void require(bool success) {
+    if (!success) {
+        std::abort();
+    }
+}
 
 void makeObjects() {
     ipc::shared_memory_object::remove(SegmentName);
@@ -39,9 +50,7 @@ void makeObjects() {
 // A process that keeps the shared objects' names while others come and go.
 pid_t startKeeper() {
     int ready[2];
-    if (pipe(ready) == -1) {
-        std::abort();
-    }
+    require(pipe(ready) == 0);
     const pid_t keeper = fork();
     if (keeper == 0) {
         makeObjects();
@@ -59,9 +68,7 @@ pid_t startKeeper() {
 template <class Action>
 double secondsInChild(Action action) {
     int result[2];
-    if (pipe(result) == -1) {
-        std::abort();
-    }
+    require(pipe(result) == 0);
     const pid_t child = fork();
     if (child == 0) {
         const auto begin = std::chrono::steady_clock::now();
@@ -101,64 +108,112 @@ ipc::managed_shared_memory& segment() {
     return opened;
 }
 
-void retrieve(benchmark::State& state) {
+// What is measured, as done once.
+
+void retrieve() {
+    void* data = nullptr;
+    require(WarmDatabase_retrieveObject(LastObject, &data, sizeof(Object)) == 0);
+}
+
+void boostFind() {
+    require(segment().find<Object>(LastObject).first != nullptr);
+}
+
+void findOrCreate() {
+    void* data = nullptr;
+    void* sync = nullptr;
+    bool created = false;
+    WarmDatabase_getObjectData(LastObject, &data, sizeof(Object), &sync, &created);
+    require(data != nullptr && !created);
+}
+
+void boostFindOrConstruct() {
+    require(segment().find_or_construct<Object>(LastObject)() != nullptr);
+}
+
+void getSlotId() {
+    benchmark::DoNotOptimize(Bsp_getSlotId());
+}
+
+/// What all processes of this program share: locks to compare with, and the end of a measurement.
+struct Shared {
+    Shared() {
+        pthread_mutexattr_t attributes;
+        pthread_mutexattr_init(&attributes);
+        pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+        pthread_mutex_init(&mutex, &attributes);
+        sem_init(&semaphore, 1, 1);
+    }
+    pthread_mutex_t mutex;
+    sem_t semaphore;
+    std::atomic<bool> done = false;
+    std::atomic<std::int64_t> operations = 0;
+};
+
+Shared& shared() {
+    static auto* const made = new (mmap(
+        nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Shared;
+    return *made;
+}
+
+void mutexAlone() {
+    pthread_mutex_lock(&shared().mutex);
+    benchmark::ClobberMemory();
+    pthread_mutex_unlock(&shared().mutex);
+}
+
+void semaphoreAlone() {
+    sem_wait(&shared().semaphore);
+    benchmark::ClobberMemory();
+    sem_post(&shared().semaphore);
+}
+
+template <void operation()>
+void alone(benchmark::State& state) {
     for ([[maybe_unused]] auto _ : state) {
-        void* data = nullptr;
-        WarmDatabase_retrieveObject(LastObject, &data, sizeof(Object));
-        benchmark::DoNotOptimize(data);
+        operation();
     }
 }
 
-void boostFind(benchmark::State& state) {
-    for ([[maybe_unused]] auto _ : state) {
-        benchmark::DoNotOptimize(segment().find<Object>(LastObject));
+// Several processes do the same for as long as this one; counted is what all have done.
+template <void operation()>
+void together(benchmark::State& state) {
+    shared().done = false;
+    shared().operations = 0;
+    std::vector<pid_t> others(static_cast<std::size_t>(state.range(0) - 1));
+    for (pid_t& other : others) {
+        other = fork();
+        if (other == 0) {
+            std::int64_t done = 0;
+            for (; !shared().done; ++done) {
+                operation();
+            }
+            shared().operations += done;
+            _exit(0);
+        }
     }
-}
-
-void findOrCreate(benchmark::State& state) {
-    for ([[maybe_unused]] auto _ : state) {
-        void* data = nullptr;
-        void* sync = nullptr;
-        bool created = false;
-        WarmDatabase_getObjectData(LastObject, &data, sizeof(Object), &sync, &created);
-        benchmark::DoNotOptimize(data);
+    alone<operation>(state);
+    shared().done = true;
+    for (const pid_t other : others) {
+        waitpid(other, nullptr, 0);
     }
-}
-
-void boostFindOrConstruct(benchmark::State& state) {
-    for ([[maybe_unused]] auto _ : state) {
-        benchmark::DoNotOptimize(segment().find_or_construct<Object>(LastObject)());
-    }
-}
-
-void getSlotId(benchmark::State& state) {
-    for ([[maybe_unused]] auto _ : state) {
-        benchmark::DoNotOptimize(Bsp_getSlotId());
-    }
-}
-
-void lockAndUnlock(benchmark::State& state) {
-    pthread_mutexattr_t attributes;
-    pthread_mutexattr_init(&attributes);
-    pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
-    static pthread_mutex_t mutex;
-    pthread_mutex_init(&mutex, &attributes);
-    for ([[maybe_unused]] auto _ : state) {
-        pthread_mutex_lock(&mutex);
-        benchmark::ClobberMemory();
-        pthread_mutex_unlock(&mutex);
-    }
+    state.SetItemsProcessed(state.iterations() + shared().operations);
 }
 
 // Processes are attached before this one has a connection that they would inherit.
 BENCHMARK(attachToDatabase)->UseManualTime();
 BENCHMARK(attachToBoostSegment)->UseManualTime();
-BENCHMARK(retrieve);
-BENCHMARK(boostFind);
-BENCHMARK(findOrCreate);
-BENCHMARK(boostFindOrConstruct);
-BENCHMARK(getSlotId);
-BENCHMARK(lockAndUnlock);
+BENCHMARK(alone<retrieve>);
+BENCHMARK(alone<boostFind>);
+BENCHMARK(alone<findOrCreate>);
+BENCHMARK(alone<boostFindOrConstruct>);
+BENCHMARK(alone<getSlotId>);
+BENCHMARK(alone<mutexAlone>);
+BENCHMARK(alone<semaphoreAlone>);
+BENCHMARK(together<retrieve>)->Arg(2)->Arg(4)->UseRealTime();
+BENCHMARK(together<boostFind>)->Arg(2)->Arg(4)->UseRealTime();
+BENCHMARK(together<findOrCreate>)->Arg(2)->Arg(4)->UseRealTime();
+BENCHMARK(together<semaphoreAlone>)->Arg(2)->Arg(4)->UseRealTime();
 
 } // namespace
 

@@ -26,6 +26,8 @@ using namespace test;
 
 std::optional<ProductId> preemptedProduct;
 std::atomic<int> eepromReads;
+std::atomic<bool> isInRead;
+thread_local bool staysInRead = false;
 
 template <class Function>
 Function* original(Function& /*preempted*/, const char* symbol) {
@@ -39,6 +41,14 @@ extern "C" BSP_EXPORT int e2prom_data_read(int device, int section, unsigned cha
     ++eepromReads;
     std::fill_n(buffer, 64, 0xee);
     return original(e2prom_data_read, "e2prom_data_read")(device, section, buffer);
+}
+
+extern "C" BSP_EXPORT ssize_t read(int fd, void* buf, std::size_t nbytes) {
+    while (staysInRead) {
+        isInRead = true;
+        pause();
+    }
+    return original(read, "read")(fd, buf, nbytes);
 }
 
 ProductId os::bsp::getProductId() {
@@ -56,7 +66,7 @@ const std::string NoEeprom = "1 operator()(): e2prom_data_read() failed. Returne
 const std::string NoVariant = "1 operator()(): Invalid hardware variant\n";
 
 const std::string NoDefault =
-    "1 defaultHwCode(): No default hardware code, the hardware variant table has only ";
+    "1 operator()(): No default hardware code, the hardware variant table has only ";
 
 // The platform's rows, numbered by revision and product code; each is there twice. Then what a unit
 // with this code in its EEPROM answers.
@@ -278,6 +288,36 @@ TEST(Setting, RadiolinkModeFailsWithTheStore) {
     EXPECT_EQ(Bsp_setRadiolinkMode(RadiolinkMode::Rl4), -1);
     EXPECT_EQ(Bsp_getRadiolinkMode(), 1); // the failed call has settled nothing
 }
+
+#ifndef __SANITIZE_THREAD__ // whose pthread_once() knows nothing of forks
+
+// A child has a copy of what another thread of its parent was in the middle of, but not the thread.
+TEST(Fork, ChildAsksAnewWhatAnotherThreadOfItsParentIsAsking) {
+    become("12345678", All);
+    unit::writeFile(ModeFile, Rl5);
+    for (const auto& [query, expected] :
+         {std::pair{&Bsp_getPlatformType, 3},
+          {&Bsp_getProductId, 18},
+          {&Bsp_getRadiolinkMode, 1}}) {
+        const auto outcome = inChild([&] {
+            std::thread([query = query] {
+                staysInRead = true;
+                query();
+            }).detach();
+            while (!isInRead) {
+                std::this_thread::yield();
+            }
+            const auto answer = [query = query] {
+                alarm(10);
+                _exit(query());
+            };
+            EXPECT_EQ(inChild(answer).status, expected);
+        });
+        EXPECT_EQ(outcome.status, 0) << outcome.out;
+    }
+}
+
+#endif
 
 TEST(Log, EvaluatesPiecesFirstAndKeepsErrno) {
     hwVariants[14].hwRevision = 7;

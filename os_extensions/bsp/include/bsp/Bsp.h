@@ -24,9 +24,8 @@
 #include <cstdint>
 
 namespace os::bsp {
-struct QorHwVariant;
+struct QorHwVariant; // the platform's HwVariant.hpp
 }
-using Bsp_HwVariant = os::bsp::QorHwVariant;
 
 enum class RadiolinkMode : std::int32_t; // Vocabulary.hpp
 
@@ -36,16 +35,24 @@ extern "C" {
 #include <stddef.h>
 #include <stdint.h>
 
-/// One row of the platform's table of hardware variants.
-typedef struct Bsp_HwVariant {
+/// A Bsp_RadiolinkMode value.
+typedef int32_t RadiolinkMode;
+#endif
+
+/// One row of the platform's table of hardware variants, as C programs see it.
+struct Bsp_HwVariantRow {
     int32_t hwRevision;
     int32_t platformData[6];
     int32_t productCode;
     int32_t hwCode[8];
-} Bsp_HwVariant;
+};
 
-/// A Bsp_RadiolinkMode value.
-typedef int32_t RadiolinkMode;
+/// To a C++ program it is the platform's own type, complete once the program includes the
+/// platform's "HwVariant.hpp", which is in the package that bsp-dev needs, and in every SDK.
+#ifdef __cplusplus
+using Bsp_HwVariant = os::bsp::QorHwVariant;
+#else
+typedef struct Bsp_HwVariantRow Bsp_HwVariant;
 #endif
 
 /// The row of the platform's table whose hardware code is the unit's own, or the first row when

@@ -25,10 +25,18 @@ constexpr std::uint32_t bitOf(std::uint32_t number) {
     return std::uint32_t{1} << number % 32;
 }
 
-// In the order of the program, for whoever reads it after this process has died.
+// Read and written by the owner of the record's mutex, which orders what owners do.
+template <class Value>
+Value load(const std::atomic<Value>& place) {
+    return place.load(std::memory_order_relaxed);
+}
+
+// For whoever succeeds this process when it has died: then all of its stores are done that came
+// before, and none that would have come after. Only the compiler has to keep that order.
 template <class Value>
 void store(std::atomic<Value>& place, Value value) {
-    place.store(value, std::memory_order_release);
+    std::atomic_signal_fence(std::memory_order_release);
+    place.store(value, std::memory_order_relaxed);
 }
 
 void waitAlone(sem_t* semaphore, DatabaseLock::Hold& hold) {
@@ -166,7 +174,7 @@ void DatabaseLock::succeed() {
 // This process is away from the semaphore while it sleeps: it may die in that time, but not be
 // taken for a holder.
 void DatabaseLock::takeSemaphore(Hold& hold) {
-    hold.semaphore = m_record->progress == Progress::Holding; // as it was left to this process
+    hold.semaphore = load(m_record->progress) == Progress::Holding; // left to this process
     if (hold.semaphore || tryTake(hold)) {
         return;
     }
@@ -197,7 +205,7 @@ bool DatabaseLock::tryTake(Hold& hold) {
 void DatabaseLock::adopt(Hold& hold) {
     store(m_record->progress, Progress::Holding);
     hold.semaphore = true;
-    if (const std::uint32_t bit = bitOf(m_number); (m_record->orphans & bit) != 0) {
+    if (const std::uint32_t bit = bitOf(m_number); (load(m_record->orphans) & bit) != 0) {
         m_record->orphans &= ~bit;
     }
 }

@@ -1,12 +1,25 @@
 #include "HwCode.hpp"
 
 #include "CoreLog.hpp"
-#include "OnceFlag.hpp"
 #include "bsp/Bsp.h"
 #include "e2prom.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
+#include <system_error>
+
+#include <pthread.h>
+
+// C programs read the platform's row as this one.
+static_assert(sizeof(Bsp_HwVariantRow) == sizeof(os::bsp::QorHwVariant));
+static_assert(
+    offsetof(Bsp_HwVariantRow, hwRevision) == offsetof(os::bsp::QorHwVariant, hwRevision));
+static_assert(
+    offsetof(Bsp_HwVariantRow, platformData) == offsetof(os::bsp::QorHwVariant, platformData));
+static_assert(
+    offsetof(Bsp_HwVariantRow, productCode) == offsetof(os::bsp::QorHwVariant, productCode));
+static_assert(offsetof(Bsp_HwVariantRow, hwCode) == offsetof(os::bsp::QorHwVariant, hwCode));
 
 namespace os::bsp {
 namespace {
@@ -21,15 +34,24 @@ using EepromBuffer = std::array<unsigned char, 64>;
 // The function name that records of one-time steps carry.
 constexpr const char* OneTimeStep = "operator()";
 
-constinit OnceFlag eepromRead;
+// A child that is forked while another thread of its parent takes a step takes it anew.
+void takeOnce(pthread_once_t& step, void (*action)()) {
+    if (const int error = pthread_once(&step, action); error != 0) {
+        throw std::system_error(error, std::generic_category());
+    }
+}
+
+constinit pthread_once_t eepromRead = PTHREAD_ONCE_INIT;
+constinit QorHwCode unitCode{};
 
 QorHwCode defaultHwCode() {
     if (hwVariants.size() > DefaultVariant) {
         return hwVariants[DefaultVariant].hwCode;
     }
-    BSP_LOG(
-        coreLog(), 1, "No default hardware code, the hardware variant table has only ",
-        hwVariants.size(), " rows");
+    BSP_LOG_AT(
+        coreLog(), 1, __LINE__, OneTimeStep,
+        "No default hardware code, the hardware variant table has only ", hwVariants.size(),
+        " rows");
     QorHwCode none{};
     none.words.fill(-1);
     return none;
@@ -42,7 +64,7 @@ constexpr QorHwVariant NoVariant = [] {
     return row;
 }();
 
-constinit OnceFlag variantSelected;
+constinit pthread_once_t variantSelected = PTHREAD_ONCE_INIT;
 constinit const QorHwVariant* selectedVariant = &NoVariant;
 
 const QorHwVariant* findVariant(const QorHwCode& code) {
@@ -60,8 +82,8 @@ const QorHwVariant* firstVariant() {
 } // namespace
 
 const QorHwCode& getHwCode() {
-    static QorHwCode code = defaultHwCode();
-    eepromRead.run([] {
+    takeOnce(eepromRead, [] {
+        unitCode = defaultHwCode();
         EepromBuffer bytes{};
         const int result = e2prom_data_read(EepromDevice, EepromSection, bytes.data());
         if (result != 0) {
@@ -70,9 +92,9 @@ const QorHwCode& getHwCode() {
                 result);
             return;
         }
-        std::copy_n(bytes.begin(), code.words.size(), code.words.begin());
+        std::copy_n(bytes.begin(), unitCode.words.size(), unitCode.words.begin());
     });
-    return code;
+    return unitCode;
 }
 
 std::int32_t variantWord(HwWord word) {
@@ -83,7 +105,7 @@ std::int32_t variantWord(HwWord word) {
 
 const os::bsp::QorHwVariant* Bsp_getQorHwVariant() {
     using namespace os::bsp;
-    variantSelected.run([] {
+    takeOnce(variantSelected, [] {
         const QorHwCode code = getHwCode();
         const QorHwVariant* const match = findVariant(code);
         if (match == nullptr) {
