@@ -26,10 +26,6 @@ namespace {
 
 constexpr int EepromDevice = 5;
 constexpr int EepromSection = 1;
-constexpr std::size_t DefaultVariant = 14;
-
-// The platform's function may write more than the 8 bytes that are used.
-using EepromBuffer = std::array<unsigned char, 64>;
 
 // The function name that records of one-time steps carry.
 constexpr const char* OneTimeStep = "operator()";
@@ -81,11 +77,15 @@ const QorHwVariant* firstVariant() {
 
 } // namespace
 
+int readEeprom(EepromBytes& bytes) {
+    return e2prom_data_read(EepromDevice, EepromSection, bytes.data());
+}
+
 const QorHwCode& getHwCode() {
     takeOnce(eepromRead, [] {
         unitCode = defaultHwCode();
-        EepromBuffer bytes{};
-        const int result = e2prom_data_read(EepromDevice, EepromSection, bytes.data());
+        EepromBytes bytes{};
+        const int result = readEeprom(bytes);
         if (result != 0) {
             BSP_LOG_AT(
                 coreLog(), 1, __LINE__, OneTimeStep, "e2prom_data_read() failed. Returned ",

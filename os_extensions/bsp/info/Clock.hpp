@@ -1,0 +1,9 @@
+#pragma once
+
+#include <span>
+
+namespace bspinfo {
+
+int clock(std::span<char* const> arguments);
+
+} // namespace bspinfo

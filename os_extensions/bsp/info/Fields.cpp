@@ -1,0 +1,125 @@
+#include "Fields.hpp"
+
+#include "Evidence.hpp"
+#include "ResetSource.hpp"
+#include "bsp/BoardId.hpp"
+#include "bsp/Bsp.h"
+#include "bsp/Components.hpp"
+#include "bsp/Counts.hpp"
+#include "bsp/FpgaPath.hpp"
+#include "bsp/Platform.hpp"
+#include "bsp/Product.hpp"
+#include "bsp/RadiolinkMode.hpp"
+#include "bsp/ResetType.hpp"
+
+#include <algorithm>
+#include <cctype>
+#include <exception>
+
+namespace bspinfo {
+namespace {
+
+using namespace os::bsp;
+
+// A query whose answers have names. What it cannot name is the value behind the last one.
+template <auto query, auto table>
+Answer named() {
+    const auto value = static_cast<std::int32_t>(query());
+    const std::string name = lookupName(table(), value);
+    const bool known = name != table().back().name;
+    return {known ? State::Known : State::Unknown, known ? name : "unknown", value};
+}
+
+// Counts are answered for unknown hardware, too: what the layer takes for granted then.
+template <auto query>
+Answer counted(bool known) {
+    const std::uint32_t count = query();
+    const std::string text = std::to_string(count);
+    return {
+        known ? State::Known : State::Unknown, known ? text : text + ", taken for granted", count};
+}
+
+Answer channels() {
+    return counted<getNumberOfChannels>(getProductId() != ProductId::EndOfList);
+}
+
+Answer radiolinks() {
+    const bool known = getTrafficBackplane() != TrafficBackplaneType::EndOfList;
+    return counted<getNumberOfRadiolinks>(known);
+}
+
+// Images are kept under the names in lower case.
+Answer trafficFpgaImage() {
+    std::string key = lookupName(trafFpgaTypeNames(), getTrafFpgaType());
+    std::transform(key.begin(), key.end(), key.begin(), [](unsigned char letter) {
+        return static_cast<char>(std::tolower(letter));
+    });
+    const char* const path = getFpgaPath(key.c_str());
+    return path != nullptr ? Answer{State::Known, path} : Answer{State::Unknown, "unknown"};
+}
+
+Answer boardId() {
+    return {State::Known, std::to_string(getBoardId()), getBoardId()};
+}
+
+template <auto query>
+Answer board() {
+    const std::string name = query();
+    const bool known = name != "Unknown board revision";
+    return {known ? State::Known : State::Unknown, known ? name : "unknown"};
+}
+
+// The layer calls Unknown what the register says of itself, and what it could not read.
+Answer lastRestart() {
+    if (resetSource() == ResetSource::Register && !readResetRegister()) {
+        return {State::Unreadable, evidence::lastRestart()};
+    }
+    Answer answer = named<getResetType, resetTypeNames>();
+    if (getResetType() == ResetType::Unknown) {
+        answer = {State::Unknown, "unknown", answer.value};
+    }
+    return answer;
+}
+
+constexpr Field Fields[] = {
+    {"product", named<getProductId, productIdNames>, evidence::product},
+    {"hardware-revision", named<getHwRevision, hwRevisionNames>, evidence::revision},
+    {"board", board<Bsp_getBoardIdText>, evidence::board},
+    {"latest-board", board<Bsp_getLatestBoardIdText>, evidence::latestBoard},
+    {"board-id", boardId, evidence::board},
+    {"platform", named<getPlatformType, platformTypeNames>, evidence::word<PlatformWord>},
+    {"traffic-backplane", named<getTrafficBackplane, trafficBackplaneTypeNames>,
+     evidence::word<TrafficWord>},
+    {"control-backplane", named<getControlBackplane, controlBackplaneTypeNames>,
+     evidence::word<ControlBackplaneWord>},
+    {"dsp", named<getDspType, dspTypeNames>, evidence::word<DspWord>},
+    {"traffic-fpga", named<getTrafFpgaType, trafFpgaTypeNames>, evidence::trafficFpga},
+    {"traffic-fpga-image", trafficFpgaImage, evidence::trafficFpga},
+    {"switch", named<getSwitchType, switchTypeNames>, evidence::sameOnAll},
+    {"channels", channels, evidence::channels},
+    {"radio-links", radiolinks, evidence::word<TrafficWord>},
+    {"radiolink-mode", named<getRadiolinkMode, radiolinkModeNames>, evidence::radiolinkMode},
+    {"last-restart", lastRestart, evidence::lastRestart},
+};
+
+} // namespace
+
+std::span<const Field> fields() {
+    return Fields;
+}
+
+const Field* findField(std::string_view name) {
+    const auto* const field = std::find_if(
+        std::begin(Fields), std::end(Fields), [&](const Field& row) { return row.name == name; });
+    return field != std::end(Fields) ? field : nullptr;
+}
+
+Answer ask(const Field& field) {
+    try {
+        return field.query();
+    } catch (const std::exception& exception) {
+        return {State::Unreadable, std::string("cannot be read: ") + exception.what()};
+    }
+}
+
+} // namespace bspinfo

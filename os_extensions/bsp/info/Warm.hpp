@@ -1,0 +1,9 @@
+#pragma once
+
+#include <span>
+
+namespace bspinfo {
+
+int warm(std::span<char* const> arguments);
+
+} // namespace bspinfo

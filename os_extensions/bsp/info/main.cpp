@@ -1,0 +1,147 @@
+/// bspinfo: what this unit is, and why. It changes nothing on the unit.
+#include "Clock.hpp"
+#include "Evidence.hpp"
+#include "Fields.hpp"
+#include "Formats.hpp"
+#include "Software.hpp"
+#include "TolvTrace.h"
+#include "Warm.hpp"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+#include <getopt.h>
+
+namespace {
+
+using namespace bspinfo;
+
+constexpr int WrongUsage = 64; // as sysexits.h has it
+
+using Arguments = std::span<char* const>;
+
+constexpr const char* Usage = "Usage: bspinfo [--format=text|shell|json] [--explain] [FIELD...]\n"
+                              "       bspinfo [--format=text|shell|json] --software [IMAGE...]\n"
+                              "       bspinfo warm [--map[=FILE.svg]] [DUMP]\n"
+                              "       bspinfo clock CONFIGURATION\n"
+                              "       bspinfo --help\n";
+
+int refuse(const char* what, std::string_view word) {
+    std::fprintf(
+        stderr, "bspinfo: %s: %.*s\n%s", what, static_cast<int>(word.size()), word.data(), Usage);
+    return WrongUsage;
+}
+
+int showHelp() {
+    std::fputs(Usage, stdout);
+    std::puts("\nFields:");
+    for (const Field& field : fields()) {
+        std::printf("  %s\n", field.name);
+    }
+    return EXIT_SUCCESS;
+}
+
+// What is asked for tells what is wrong; the layer's messages would only tell it again.
+void silenceTraces() {
+    for (const char* trace : {"bsp.core", "Bsp.WarmDatabase", "bsp.networking"}) {
+        TolvTrace_setLevel(trace, 0);
+    }
+}
+
+int statusOf(const Answers& answers) {
+    State worst = State::Known;
+    for (const NamedAnswer& named : answers) {
+        worst = std::max(worst, named.answer.state);
+    }
+    return static_cast<int>(worst);
+}
+
+struct Request {
+    const Format* format = findFormat("text");
+    bool explain = false;
+    bool software = false;
+};
+
+Answer askAbout(const Field& field, bool explain) {
+    Answer answer = ask(field);
+    if (explain && answer.state != State::Unreadable) { // which tells enough by itself
+        answer.evidence = field.evidence();
+    }
+    return answer;
+}
+
+int identify(const Request& request, Arguments names) {
+    Answers answers = request.explain ? evidence::unit() : Answers{};
+    for (const char* const name : names) {
+        const Field* const field = findField(name);
+        if (field == nullptr) {
+            return refuse("there is no field of this name", name);
+        }
+        answers.push_back({name, askAbout(*field, request.explain)});
+    }
+    for (const Field& field : names.empty() ? fields() : std::span<const Field>()) {
+        answers.push_back({field.name, askAbout(field, request.explain)});
+    }
+    request.format->print(answers);
+    if (const std::string problem = evidence::eepromProblem(); !problem.empty()) {
+        std::fprintf(stderr, "bspinfo: %s\n", problem.c_str());
+        return static_cast<int>(State::Unreadable);
+    }
+    return statusOf(answers);
+}
+
+int tellSoftware(const Request& request, Arguments images) {
+    const Answers answers = softwareRevisions(images);
+    request.format->print(answers);
+    return statusOf(answers);
+}
+
+constexpr option Options[] = {
+    {"format", required_argument, nullptr, 'f'},
+    {"explain", no_argument, nullptr, 'e'},
+    {"software", no_argument, nullptr, 's'},
+    {"help", no_argument, nullptr, 'h'},
+    {},
+};
+
+int runQuery(int argc, char** argv) {
+    Request request;
+    for (int choice = 0; (choice = getopt_long(argc, argv, "", Options, nullptr)) != -1;) {
+        switch (choice) {
+        case 'f':
+            request.format = findFormat(optarg);
+            if (request.format == nullptr) {
+                return refuse("there is no format of this name", optarg);
+            }
+            break;
+        case 'e':
+            request.explain = true;
+            break;
+        case 's':
+            request.software = true;
+            break;
+        case 'h':
+            return showHelp();
+        default: // it has told why
+            std::fputs(Usage, stderr);
+            return WrongUsage;
+        }
+    }
+    const Arguments rest(argv + optind, argv + argc);
+    return request.software ? tellSoftware(request, rest) : identify(request, rest);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    silenceTraces();
+    const std::string_view command = argc > 1 ? argv[1] : "";
+    if (command == "warm") {
+        return warm({argv + 2, argv + argc});
+    }
+    if (command == "clock") {
+        return clock({argv + 2, argv + argc});
+    }
+    return runQuery(argc, argv);
+}
