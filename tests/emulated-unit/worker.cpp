@@ -1,5 +1,5 @@
 // A program whose unit is reset or loses power in the middle of its work, or that is killed itself;
-// and one that looks at what is left.
+// and one that looks at what is left: worker write ROUNDS | hold-lock | toggle-mode | count
 #include "bsp/Bsp.h"
 #include "bsp/WarmDatabase.hpp"
 
@@ -12,12 +12,9 @@
 
 namespace {
 
-constexpr unsigned Objects = 20; // beside the slot's
-constexpr unsigned Size = os::bsp::dtcm::MaxObjectSize;
+using namespace os::bsp::dtcm;
 
-auto& database() {
-    return os::bsp::dtcm::WarmDatabase::getInstance();
-}
+constexpr unsigned Objects = MaxNumberOfBlocks - 1; // beside the slot's
 
 std::string nameOf(unsigned number) {
     return "object " + std::to_string(number);
@@ -25,56 +22,49 @@ std::string nameOf(unsigned number) {
 
 // Both halves of a slot id are the same, as are all bytes of an object. As much time goes into the
 // one as into the other.
-int write(unsigned rounds) {
+void write(unsigned long rounds) {
     for (unsigned i = 1; i <= rounds; ++i) {
         for (unsigned j = 0; j < 20; ++j) {
             Bsp_setSlotId(static_cast<int>((i & 0x7fff) * 0x10001));
         }
         void* data = nullptr;
-        database().createObject(nameOf(i % Objects), &data, Size, true);
-        std::memset(data, static_cast<int>(i % Objects), Size);
+        WarmDatabase_createObject(nameOf(i % Objects).c_str(), &data, MaxObjectSize);
+        std::memset(data, static_cast<int>(i % Objects), MaxObjectSize);
     }
-    return 0;
 }
 
-// Says how many objects there are; fails when one is damaged, or there are others.
-int count() {
-    unsigned found = Bsp_getSlotId() >= -1 ? 1 : 0; // that makes the slot's
-    bool sound = true;
+// A writer that ended before its time has left zeroes.
+bool isWhole(unsigned number) {
+    void* data = nullptr;
+    WarmDatabase_retrieveObject(nameOf(number).c_str(), &data, MaxObjectSize);
+    const auto* const bytes = static_cast<const unsigned char*>(data);
+    return data != nullptr && std::all_of(bytes, bytes + MaxObjectSize, [&](unsigned char byte) {
+               return byte == 0 || byte == number;
+           });
+}
+
+void count() {
+    int whole = 0;
     for (unsigned number = 0; number < Objects; ++number) {
-        void* data = nullptr;
-        if (database().retrieveObject(nameOf(number), &data, Size, true)) {
-            const auto* const bytes = static_cast<const unsigned char*>(data);
-            sound = sound && std::all_of(bytes, bytes + Size, [&](unsigned char byte) {
-                        return byte == 0 || byte == number; // a writer that ended has left zeroes
-                    });
-            ++found;
-        }
+        whole += isWhole(number) ? 1 : 0;
     }
-    std::printf("%u\n", found);
-    const auto free = database().getNumberOfFreeBlocks();
-    return sound && found + free == os::bsp::dtcm::MaxNumberOfBlocks ? 0 : 1;
-}
-
-[[noreturn]] void toggleMode() {
-    for (int mode = 0;; mode = 1 - mode) {
-        Bsp_setRadiolinkMode(static_cast<RadiolinkMode>(mode));
-    }
-}
-
-int holdLock() {
-    database().lock();
-    return pause();
+    std::printf("%d whole, %u free\n", whole, WarmDatabase::getInstance().getNumberOfFreeBlocks());
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     const std::string task = argc > 1 ? argv[1] : "";
-    if (task == "toggle-mode") {
-        toggleMode();
+    if (task == "write") {
+        write(std::stoul(argv[2]));
+    } else if (task == "hold-lock") {
+        WarmDatabase::getInstance().lock();
+        pause();
     }
-    return task == "write" && argc > 2 ? write(static_cast<unsigned>(std::stoul(argv[2])))
-           : task == "hold-lock"       ? holdLock()
-                                       : count();
+    for (int mode = 0; task == "toggle-mode"; mode = 1 - mode) {
+        Bsp_setRadiolinkMode(RadiolinkMode{mode});
+    }
+    if (task == "count") {
+        count();
+    }
 }
