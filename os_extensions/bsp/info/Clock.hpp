@@ -1,9 +1,12 @@
 #pragma once
 
-#include <span>
+#include <string>
 
 namespace bspinfo {
 
-int clock(std::span<char* const> arguments);
+/// Checks a configuration file of the clock chip and tells, register by register, what the chip has
+/// otherwise, if it can be read. The result is the exit status: 0 when nothing differs, 1 when
+/// something does or the file is malformed, 2 when the file cannot be read.
+int clock(const std::string& configuration);
 
 } // namespace bspinfo

@@ -97,6 +97,25 @@ int tellSoftware(const Request& request, Arguments images) {
     return statusOf(answers);
 }
 
+constexpr option WarmOptions[] = {{"map", optional_argument, nullptr, 'm'}, {}};
+
+int runWarm(int argc, char** argv) {
+    Map map = Map::None;
+    std::string picture;
+    for (int choice = 0; (choice = getopt_long(argc, argv, "", WarmOptions, nullptr)) != -1;) {
+        if (choice != 'm') { // it has told why
+            std::fputs(Usage, stderr);
+            return WrongUsage;
+        }
+        picture = optarg != nullptr ? optarg : "";
+        map = optarg != nullptr ? Map::Svg : Map::Text;
+    }
+    if (argc - optind > 1) {
+        return refuse("wanted is one dump", argv[optind + 1]);
+    }
+    return warm(optind < argc ? argv[optind] : "", map, picture);
+}
+
 constexpr option Options[] = {
     {"format", required_argument, nullptr, 'f'},
     {"explain", no_argument, nullptr, 'e'},
@@ -138,10 +157,10 @@ int main(int argc, char** argv) {
     silenceTraces();
     const std::string_view command = argc > 1 ? argv[1] : "";
     if (command == "warm") {
-        return warm({argv + 2, argv + argc});
+        return runWarm(argc - 1, argv + 1);
     }
-    if (command == "clock") {
-        return clock({argv + 2, argv + argc});
+    if (command == "clock" && argc == 3) {
+        return bspinfo::clock(argv[2]);
     }
-    return runQuery(argc, argv);
+    return command == "clock" ? refuse("wanted is one file", command) : runQuery(argc, argv);
 }

@@ -9,7 +9,6 @@ namespace clock_chip {
 namespace {
 
 constexpr off_t IdentificationRegister = 2;
-constexpr off_t ConfigurationRegister = 8;
 constexpr int Attempts = 3;
 constexpr useconds_t PauseMicroseconds = 20000;
 
@@ -53,8 +52,14 @@ bool readIdentification(int device, std::uint32_t& word) {
     return true;
 }
 
+bool readConfiguration(int device, std::uint8_t* bytes, std::size_t size) {
+    return seek(device, off_t{ConfigurationRegister}) &&
+           transferred(read(device, bytes, size), size);
+}
+
 bool writeConfiguration(int device, const std::uint8_t* bytes, std::size_t size) {
-    return seek(device, ConfigurationRegister) && transferred(write(device, bytes, size), size);
+    return seek(device, off_t{ConfigurationRegister}) &&
+           transferred(write(device, bytes, size), size);
 }
 
 } // namespace clock_chip

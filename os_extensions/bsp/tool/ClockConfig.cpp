@@ -12,18 +12,22 @@ namespace {
 // A longer token is refused: a file may have no end, and no white space.
 constexpr std::size_t LongestToken = 4096;
 
-// Empty at the end of the file and after a read error; cut behind the longest one that counts.
-std::string readToken(std::FILE* file) {
+// The token is empty at the end of the file and after a read error; cut behind the longest one that
+// counts.
+void readToken(std::FILE* file, ClockConfig& config) {
+    config.column += config.token.size();
+    config.token.clear();
     int character = std::getc(file);
-    while (std::isspace(character) != 0) {
+    for (; std::isspace(character) != 0; character = std::getc(file)) {
+        config.column = character == '\n' ? 1 : config.column + 1;
+        config.line += character == '\n' ? 1 : 0;
+    }
+    while (character != EOF && std::isspace(character) == 0 &&
+           config.token.size() <= LongestToken) {
+        config.token += static_cast<char>(character);
         character = std::getc(file);
     }
-    std::string token;
-    while (character != EOF && std::isspace(character) == 0 && token.size() <= LongestToken) {
-        token += static_cast<char>(character);
-        character = std::getc(file);
-    }
-    return token;
+    std::ungetc(character, file);
 }
 
 bool isHexadecimal(std::string_view digits) {
@@ -56,16 +60,16 @@ std::optional<std::uint8_t> lowestByte(std::string_view token) {
 
 std::string readClockConfig(std::FILE* file, ClockConfig& config) {
     while (config.size < config.bytes.size()) {
-        const std::string token = readToken(file);
+        readToken(file, config);
         if (std::ferror(file) != 0) {
             const int error = errno;
             return "read error at token " + std::to_string(config.size + 1) + ": " +
                    std::strerror(error);
         }
-        if (token.empty()) {
+        if (config.token.empty()) {
             break;
         }
-        const auto byte = lowestByte(token);
+        const auto byte = lowestByte(config.token);
         if (!byte) {
             return "token " + std::to_string(config.size + 1) + " is not a hexadecimal number";
         }

@@ -10,6 +10,11 @@
 struct ClockConfig {
     std::array<std::uint8_t, 216> bytes{};
     std::size_t size = 0;
+
+    // The token that was read last, and where it begins, from 1.
+    std::string token;
+    std::size_t line = 1;
+    std::size_t column = 1;
 };
 
 /// Reads hexadecimal numbers separated by white space, of any width up to 4,096 characters and with

@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr const char* DeviceName = "/dev/idt";
+using clock_chip::DeviceName;
 constexpr const char* PathFormat = "/etc/idt_%s.conf";
 constexpr const char* WriterName = "Idt_writeConfig";
 constexpr const char* InitName = "Idt_init";
