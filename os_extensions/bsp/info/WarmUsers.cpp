@@ -5,16 +5,17 @@
 #include "WarmImage.hpp"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 
 #include <linux/futex.h>
 #include <semaphore.h>
+#include <unistd.h>
 
 namespace bspinfo {
 namespace {
@@ -25,11 +26,19 @@ using std::to_string;
 // Where the C library keeps shared memory, and semaphores under a longer name.
 const std::string Folder = "/dev/shm";
 
-std::string contentOf(const std::filesystem::path& file, bool& readable) {
+// Empty when it may not be read; a process that has ended meanwhile uses nothing.
+std::optional<std::string> contentOf(const std::filesystem::path& maps) {
+    std::ifstream stream(maps);
+    if (!stream && errno != ENOENT) {
+        return std::nullopt;
+    }
     std::ostringstream content;
-    std::ifstream stream(file);
-    readable = static_cast<bool>(content << stream.rdbuf());
+    content << stream.rdbuf();
     return content.str();
+}
+
+bool isNumber(const std::string& text) {
+    return text.find_first_not_of("0123456789") == std::string::npos;
 }
 
 // A robust mutex has the number of its owner's thread in it, and is marked when that has died.
@@ -83,17 +92,14 @@ std::string describeUsers() {
     int hidden = 0;
     for (const auto& process : std::filesystem::directory_iterator("/proc")) {
         const std::string number = process.path().filename();
-        if (!std::all_of(number.begin(), number.end(), [](unsigned char c) {
-                return std::isdigit(c) != 0;
-            })) {
+        if (!isNumber(number) || number == to_string(getpid())) {
             continue;
         }
-        bool readable = false;
-        const std::string maps = contentOf(process.path() / "maps", readable);
-        if (mapsWarmMemory(maps)) {
+        const auto maps = contentOf(process.path() / "maps");
+        hidden += maps ? 0 : 1;
+        if (maps && mapsWarmMemory(*maps)) {
             users += (users.empty() ? "" : ", ") + number;
         }
-        hidden += !readable && access((process.path() / "maps").c_str(), R_OK) == -1 ? 1 : 0;
     }
     users = users.empty() ? "no process that can be looked at" : users;
     return hidden == 0 ? users : users + " (" + to_string(hidden) + " may not be looked at)";
