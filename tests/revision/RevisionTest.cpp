@@ -13,7 +13,6 @@
 #include <functional>
 #include <regex>
 #include <string_view>
-#include <thread>
 
 #include <dlfcn.h>
 #include <sys/mman.h>
@@ -212,17 +211,6 @@ TEST(KernelRState, BannerIsFoundAndParsed) {
     });
 }
 
-// A name of this length in the header, and content that is stored in some blocks with headers of 5
-// bytes: an input chunk ends just where an output chunk is full.
-TEST(KernelRState, ChunksMayEndAnywhere) {
-    for (std::size_t blocks = 1; blocks <= 8; ++blocks) {
-        std::string archive = archiveOf(kernelOf("1.2.3.R1"), "wb0");
-        archive[3] = 8;
-        archive.insert(10, std::string(16384 - 11 - 5 * blocks, 'n') + '\0');
-        expectKernel({{archive, "R1"}});
-    }
-}
-
 TEST(KernelRState, StepsAreTraced) {
     std::string image = std::string(42, '.') + archiveOf("Linux version 1.2.3.R1");
     image.resize(1003);
@@ -309,20 +297,6 @@ TEST(KernelRState, SharedMemoryThatTakesNothingIsAnError) {
          {archiveOf(std::string(65636, 'x')), "1 Bsp_findLinuxVersion(): " + full + NoBanner}});
     ASSERT_EQ(mount("none", "/dev/shm", "tmpfs", MS_RDONLY, nullptr), 0);
     expectKernel({{Archive, NoTemporaryFile}});
-}
-
-TEST(KernelRState, OverlappingCallsEachGetTheirAnswer) {
-    const auto ask = [](const std::string& rState) {
-        for (int i = 0; i < 60; ++i) {
-            char buffer[8] = "";
-            EXPECT_EQ(Bsp_getKernelRState(("/tmp/" + rState).c_str(), buffer, sizeof buffer), 0);
-            EXPECT_EQ(buffer, rState);
-        }
-    };
-    writeFile("/tmp/R1A", archiveOf(kernelOf("1.2.3.R1A")));
-    writeFile("/tmp/R2B", archiveOf(kernelOf("1.2.3.R2B", 99999)));
-    const std::jthread other(ask, "R1A");
-    ask("R2B");
 }
 
 const std::string P = "Product number: ";

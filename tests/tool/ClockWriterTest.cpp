@@ -185,16 +185,4 @@ TEST(Tool, DispatchesItsOneFunction) {
     }
 }
 
-// The loader's own sanitizer check objects to a library in front of the sanitizer's.
-TEST(Tool, PreloadedBoardNameIsTaken) {
-    std::filesystem::copy_file(BOARD_NAME, "/tmp/board_name.so"); // no blank or colon in its path
-    unit::writeFile(Device, chip());
-    unit::writeFile("/etc/idt_X1.conf", "1 2 3");
-    const auto written = runProgram(
-        {PROGRAM_CLOCK}, {"LD_PRELOAD=/tmp/board_name.so", "BRING_UP_BOARD=X1",
-                          "ASAN_OPTIONS=verify_asan_link_order=0"});
-    EXPECT_EQ(written.status, 0) << written.err;
-    EXPECT_TRUE(unit::readFile(Device) == chip("\1\2\3"));
-}
-
 } // namespace

@@ -205,17 +205,4 @@ TEST(Startup, FaultsAreReportedAndBypassed) {
     }
 }
 
-TEST(Startup, FailedWaitIsNotPosted) {
-    unit::restart(unit::Warm, "");
-    database();
-    sem_t* const semaphore = sem_open("/DtcmDbSharedSem", 0);
-    failingWaits = 2;
-    Object("A");
-    database().lock();
-    database().unlock();
-    int value = 0;
-    sem_getvalue(semaphore, &value);
-    EXPECT_EQ(value, 1);
-}
-
 } // namespace
