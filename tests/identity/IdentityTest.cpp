@@ -224,19 +224,6 @@ TEST(Hardware, BoardIsNamedByProductAndRevision) {
     EXPECT_STREQ(findLatestBoardIdText(unsorted, 0), "0");
 }
 
-TEST(Setting, FpgaVariantIsReadAtEveryCall) {
-    const std::string variant(value::fpgaVariant::TwoTdm);
-    unit::writeEeprom({99, 0, 0, 0, 0, 0, 0, 0});
-    for (const auto& [text, fpga] :
-         {std::pair{variant, 7}, {variant + " ", 6}, {"twotdm", 6}, {variant + '\0', 6}}) {
-        unit::writeFile(VariantFile, text);
-        EXPECT_EQ(Bsp_getTrafFpgaType(), fpga) << text;
-    }
-    std::filesystem::remove(VariantFile);
-    std::filesystem::create_directory(VariantFile);
-    EXPECT_THROW(Bsp_getTrafFpgaType(), std::system_error);
-}
-
 // Every FPGA that can be fitted has an image under its name in lower case, and no other one has.
 TEST(FpgaPath, NamesOfFittedFpgasAreTheKeys) {
     const std::set<int> fitted = {6, 7, 12, 13, 14, 15, 16, 17, 18, 19, 20};

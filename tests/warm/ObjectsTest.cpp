@@ -134,16 +134,12 @@ TEST_F(Objects, ThreadsCreateEachNameOnce) {
     for (std::jthread& thread : threads) {
         thread = std::jthread([&] {
             for (int i = 0; i < 21; ++i) {
-                const Object object(numbered("n", i));
-                created += object.created ? 1 : 0;
-                const std::lock_guard lock(object.mutex());
-                ++object.as<int>();
+                created += Object(numbered("n", i)).created ? 1 : 0;
             }
         });
     }
     threads.clear();
     EXPECT_EQ(created, 21);
-    EXPECT_EQ(Object("n20").as<int>(), 4);
 }
 
 // Lines are begun while 46 bytes are left; the last one may be cut.

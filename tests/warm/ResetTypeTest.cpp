@@ -19,15 +19,8 @@ std::string lastReset() {
     return os::bsp::resetTypeToString(os::bsp::getResetType());
 }
 
-struct Restart {
-    unit::Code unit;
-    std::string word; // in the register
-    bool marked;
-    const char* type;
-};
-
 TEST(ResetType, IsToldByTheRegisterOrByTheMarkerFile) {
-    const Restart restarts[] = {
+    const std::tuple<unit::Code, std::string, bool, const char*> restarts[] = {
         {RegisterUnit, {"\0\0\0\0\2", 5}, false, "Cold"},
         {RegisterUnit, {"\1\0\0\0", 4}, true, "Warm"},
         {RegisterUnit, {"\2\0\0\0", 4}, true, "Watchdog"},
@@ -38,15 +31,14 @@ TEST(ResetType, IsToldByTheRegisterOrByTheMarkerFile) {
         {MarkerUnit, {"\2\0\0\0", 4}, false, "Warm"},
         {OtherUnit, {"\2\0\0\0", 4}, false, "Cold"},
     };
-    for (const Restart& restart : restarts) {
-        SCOPED_TRACE(&restart - restarts);
+    for (const auto& [code, word, marked, type] : restarts) {
         std::filesystem::remove(Marker);
-        if (restart.marked) {
+        if (marked) {
             unit::writeFile(Marker, "");
         }
-        unit::writeEeprom(restart.unit);
-        unit::writeFile(Register, restart.word);
-        EXPECT_EQ(inChild([&] { EXPECT_EQ(lastReset(), restart.type); }).status, 0);
+        unit::writeEeprom(code);
+        unit::writeFile(Register, word);
+        EXPECT_EQ(inChild([] { std::fputs(lastReset().c_str(), stdout); }).out, type);
     }
 }
 
