@@ -282,23 +282,22 @@ TEST(Setting, RadiolinkModeFailsWithTheStore) {
 TEST(Fork, ChildAsksAnewWhatAnotherThreadOfItsParentIsAsking) {
     become("12345678", All);
     unit::writeFile(ModeFile, Rl5);
-    for (const auto& [query, expected] :
-         {std::pair{&Bsp_getPlatformType, 3},
-          {&Bsp_getProductId, 18},
-          {&Bsp_getRadiolinkMode, 1}}) {
+    const std::pair<int (*)(), int> queries[] = {
+        {Bsp_getPlatformType, 3}, {Bsp_getProductId, 18}, {Bsp_getRadiolinkMode, 1}};
+    for (const auto& row : queries) {
         const auto outcome = inChild([&] {
-            std::thread([query = query] {
+            std::thread([&] {
                 staysInRead = true;
-                query();
+                row.first();
             }).detach();
             while (!isInRead) {
                 std::this_thread::yield();
             }
-            const auto answer = [query = query] {
+            const auto answer = [&] {
                 alarm(10);
-                _exit(query());
+                _exit(row.first());
             };
-            EXPECT_EQ(inChild(answer).status, expected);
+            EXPECT_EQ(inChild(answer).status, row.second);
         });
         EXPECT_EQ(outcome.status, 0) << outcome.out;
     }
