@@ -59,7 +59,7 @@ TEST(BeforeMain, LevelsAndVariantsAreSettled) {
             std::filesystem::create_directory(File);
         }
         const auto report = runProgram({UNIT_REPORT}, {"TOLVTRACE_LEVELS=bsp.core=0," + levels});
-        EXPECT_EQ(countLines(report.out, "product code           " + product), 1) << variants;
+        EXPECT_EQ(countOf(report.out, "product code           " + product), 1) << variants;
         EXPECT_EQ(std::regex_replace(report.err, std::regex(":\\d+ "), ":"), errors) << levels;
     }
 }
@@ -76,7 +76,7 @@ TEST(BeforeMain, NothingIsWaitedFor) {
         std::filesystem::remove(path);
     }
     std::filesystem::create_symlink(UNIT_REPORT, registers); // which nobody may write
-    EXPECT_EQ(countLines(runProgram({UNIT_REPORT}).out, "last restart           EndOfList"), 1);
+    EXPECT_EQ(countOf(runProgram({UNIT_REPORT}).out, "last restart           EndOfList"), 1);
 }
 
 } // namespace

@@ -5,16 +5,6 @@
 #include <cstdlib>
 #include <filesystem>
 
-// Tests ask for more memory than there is, to be told so.
-extern "C" {
-__attribute__((visibility("default"))) const char* __asan_default_options() { // NOLINT
-    return "allocator_may_return_null=1:max_allocation_size_mb=1000";
-}
-__attribute__((weak, visibility("default"))) const char* __tsan_default_options() { // NOLINT
-    return "allocator_may_return_null=1:max_allocation_size_mb=1000";
-}
-}
-
 int main(int argc, char** argv) {
     test::Words words(argv, argv + argc);
     testing::InitGoogleTest(&argc, argv);

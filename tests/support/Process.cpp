@@ -96,11 +96,10 @@ std::string recordsIn(const std::string& output) {
     return std::regex_replace(output, record, "$2 $5", std::regex_constants::format_no_copy);
 }
 
-int countLines(std::string_view output, std::string_view text) {
-    std::istringstream lines{std::string(output)};
+int countOf(std::string_view output, std::string_view text) {
     int count = 0;
-    for (std::string line; std::getline(lines, line);) {
-        count += line.find(text) != std::string::npos ? 1 : 0;
+    for (auto at = output.find(text); at != output.npos; at = output.find(text, at + 1)) {
+        ++count;
     }
     return count;
 }

@@ -51,7 +51,7 @@ Outcome runProgram(const Words& command, const Words& environment = {});
 /// Level and text of the layer's records, a line each, and nothing else of the output.
 std::string recordsIn(const std::string& output);
 
-/// The lines that contain `text`.
-int countLines(std::string_view output, std::string_view text);
+/// How often `text` occurs.
+int countOf(std::string_view output, std::string_view text);
 
 } // namespace test

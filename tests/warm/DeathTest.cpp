@@ -95,7 +95,7 @@ int expectSound() {
     EXPECT_EQ(next.status, 0) << next.out << next.err;
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s) << next.err;
     expectWholeObjects(unit::readFile(unit::WarmArea));
-    return countLines(next.err, "taken over");
+    return countOf(next.err, "taken over");
 }
 
 // An orderly exit, with four threads in the middle of something.
@@ -152,13 +152,9 @@ void use() {
     EXPECT_EQ(Object({Name}).result, 0);
 }
 
-template <int Id>
-void setSlot() {
-    Bsp_setSlotId(Id);
-}
-
-void getSlot() {
-    Bsp_getSlotId();
+template <auto function, auto... arguments>
+void call() {
+    function(arguments...);
 }
 
 void createAgain() {
@@ -168,10 +164,6 @@ void createAgain() {
 
 void dieInside() {
     inChild([] { use<'B'>(), killSelf(); });
-}
-
-void leave() {
-    std::exit(0);
 }
 
 void nothing() {}
@@ -191,10 +183,10 @@ constexpr Operation Operations[] = {
     {"CreatingAgain", unit::Warm, nothing, use<'A'>, createAgain},
     {"CreatingAnother", unit::Warm, nothing, use<'B'>, use<'A'>},
     {"FindingOne", unit::Warm, nothing, use<'A'>, use<'A'>},
-    {"FirstSlotUse", unit::Warm, nothing, use<'B'>, getSlot},
-    {"GettingTheSlot", unit::Warm, nothing, setSlot<1>, getSlot},
-    {"SettingTheSlot", unit::Warm, nothing, setSlot<1>, setSlot<0>},
-    {"ExitOfTheMaker", unit::Warm, nothing, use<'A'>, leave},
+    {"FirstSlotUse", unit::Warm, nothing, use<'B'>, call<Bsp_getSlotId>},
+    {"GettingTheSlot", unit::Warm, nothing, call<Bsp_setSlotId, 1>, call<Bsp_getSlotId>},
+    {"SettingTheSlot", unit::Warm, nothing, call<Bsp_setSlotId, 1>, call<Bsp_setSlotId, 0>},
+    {"ExitOfTheMaker", unit::Warm, nothing, use<'A'>, call<std::exit, 0>},
     {"TakingOver", unit::Warm, dieWithTheLock, nothing, use<'A'>},
     {"TakingOverAnOrphan", unit::Warm, dieTakingTheLock, nothing, use<'A'>},
 };

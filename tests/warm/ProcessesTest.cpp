@@ -56,9 +56,18 @@ TEST(Processes, RaceForFirstCreationHasOneWinner) {
         const Outcome other = beside.wait();
         const std::string log = one.err + other.err;
         ASSERT_EQ(one.status | other.status, 0) << one.out << other.out << log;
-        ASSERT_EQ(countLines(log, "COLD restart, clearing database."), 1);
-        ASSERT_EQ(countLines(log, "Created object COUNTER"), 1);
+        ASSERT_EQ(countOf(log, "COLD restart, clearing database."), 1);
+        ASSERT_EQ(countOf(log, "Created object COUNTER"), 1);
     }
+}
+
+// Whether `operation` waits for a lock held here until it is given back, and then ends well.
+bool waits(const std::function<void()>& operation, const std::function<void()>& giveBack) {
+    Child child(operation);
+    std::this_thread::sleep_for(30ms);
+    const bool waiting = waitpid(child.pid(), nullptr, WNOHANG) == 0;
+    giveBack();
+    return waiting && child.wait().status == 0;
 }
 
 class Clients : public testing::Test {
@@ -70,16 +79,6 @@ protected:
     }
     ~Clients() override { sem_close(m_semaphore); }
 
-    // Whether `operation` waits for a lock held here until it is given back, and then ends well.
-    static bool waits(
-        const std::function<void()>& operation, const std::function<void()>& giveBack) {
-        Child child(operation);
-        std::this_thread::sleep_for(30ms);
-        const bool waiting = waitpid(child.pid(), nullptr, WNOHANG) == 0;
-        giveBack();
-        return waiting && child.wait().status == 0;
-    }
-
     pthread_mutex_t* slotMutex() const {
         const std::size_t offset = sizeof(pthread_mutex_t) == 24 ? 4 : 8;
         return reinterpret_cast<pthread_mutex_t*>(m_area + BlockSize + 16 + offset);
@@ -89,7 +88,7 @@ protected:
     sem_t* m_semaphore;
 };
 
-TEST_F(Clients, OperationsWaitForTheLockThroughSignals) {
+TEST_F(Clients, OperationsWaitForAStoppedHolderThroughSignals) {
     void* data = nullptr;
     const std::function<void()> operations[] = {
         [&] { EXPECT_EQ(WarmDatabase_createObject("A", &data, 1), 0); },
@@ -107,27 +106,19 @@ TEST_F(Clients, OperationsWaitForTheLockThroughSignals) {
             setitimer(ITIMER_REAL, &every, nullptr);
             operation();
         };
-        database().lock();
-        EXPECT_TRUE(waits(disturbed, [] { database().unlock(); })) << &operation - operations;
+        Child holder([] {
+            database().lock();
+            raise(SIGSTOP);
+            database().unlock();
+        });
+        waitpid(holder.pid(), nullptr, WUNTRACED);
+        EXPECT_TRUE(waits(disturbed, [&] { kill(holder.pid(), SIGCONT); }))
+            << &operation - operations;
+        EXPECT_EQ(holder.wait().status, 0);
         // A process that knows nothing but the semaphore is waited for as well.
         ASSERT_EQ(sem_wait(m_semaphore), 0);
         EXPECT_TRUE(waits(disturbed, [&] { sem_post(m_semaphore); })) << &operation - operations;
     }
-}
-
-TEST_F(Clients, StoppedHolderIsWaitedFor) {
-    int stopped[2];
-    ASSERT_EQ(pipe(stopped), 0);
-    Child holder([&] {
-        database().lock();
-        EXPECT_EQ(write(stopped[1], "", 1), 1);
-        raise(SIGSTOP);
-        database().unlock();
-    });
-    char locked = 0;
-    ASSERT_EQ(read(stopped[0], &locked, 1), 1);
-    EXPECT_TRUE(waits([] { Object("A"); }, [&] { kill(holder.pid(), SIGCONT); }));
-    EXPECT_EQ(holder.wait().status, 0);
 }
 
 // Nobody reads what this process reports, so it waits for ever; the others do not. The slot's
@@ -178,7 +169,7 @@ TEST_F(Clients, SlotMutexThatLostItsOwnerIsMadeAnew) {
     });
     const Outcome next = inChild([] { EXPECT_EQ(Bsp_getSlotId(), 1); });
     EXPECT_EQ(next.status, 0) << next.out;
-    EXPECT_EQ(countLines(next.err, "[bsp.networking] 2 "), 1) << next.err;
+    EXPECT_EQ(countOf(next.err, "[bsp.networking] 2 "), 1) << next.err;
     EXPECT_EQ(sleeper.wait().status, 0);
 }
 
@@ -186,12 +177,12 @@ TEST(Processes, StartWaitsForWhoeverMakesTheSyncArea) {
     unit::restart(unit::Warm, "");
     const int unfinished = open("/dev/shm/DtcmSync", O_CREAT | O_RDWR, 0666);
     flock(unfinished, LOCK_EX);
-    Child other([] { EXPECT_TRUE(Object("A").created); });
-    std::this_thread::sleep_for(30ms);
-    EXPECT_EQ(waitpid(other.pid(), nullptr, WNOHANG), 0);
-    EXPECT_EQ(unit::readFile("/dev/shm/DtcmSync"), "");
-    flock(unfinished, LOCK_UN);
-    EXPECT_EQ(other.wait().status, 0);
+    EXPECT_TRUE(waits(
+        [] { EXPECT_TRUE(Object("A").created); },
+        [&] {
+            EXPECT_EQ(unit::readFile("/dev/shm/DtcmSync"), "");
+            flock(unfinished, LOCK_UN);
+        }));
 }
 
 } // namespace

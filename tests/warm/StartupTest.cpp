@@ -69,7 +69,7 @@ Outcome start(const std::function<void()>& body = [] {}) {
 
 void expectStart(const char* message) {
     const Outcome outcome = start();
-    EXPECT_EQ(countLines(outcome.err, message), 1) << outcome.err;
+    EXPECT_EQ(countOf(outcome.err, message), 1) << outcome.err;
 }
 
 TEST(Startup, OnlyAColdRestartClearsTheAreaOnceInASystemRun) {
@@ -104,7 +104,7 @@ TEST(Startup, NamesGoWithTheProcessThatMadeThem) {
     EXPECT_FALSE(std::filesystem::exists(SemaphoreFile) || std::filesystem::exists(SyncFile));
     sem_close(sem_open("/DtcmDbSharedSem", O_CREAT | O_EXCL, 0666, 1));
     unit::writeFile(SyncFile, std::string(SyncAreaSize, '\0'));
-    EXPECT_EQ(countLines(start().err, "restart"), 0);
+    EXPECT_EQ(countOf(start().err, "restart"), 0);
     EXPECT_TRUE(bothThere());
     EXPECT_EQ(unit::readFile(SyncFile), std::string(SyncAreaSize, '\0')); // left as it was
 }
@@ -130,22 +130,13 @@ const std::string NoCause = "1 clearDatabaseIfColdRestart(): " + Area;
 const std::string Exception = ": Caught exception [no reset type].\n";
 const std::string Number = ": Caught unknown exception\n";
 
-std::string noRecord(const std::string& error) {
-    return "2 useRunRecord(): Warning: no /DtcmRun, the death of a process is not noticed, "
-           "error: " +
-           error + "\n";
-}
-
-std::string noSemaphore(const std::string& error) {
-    return "1 initDatabaseSemaphore(): error in sem_open error: " + error + "\n";
-}
-
-std::string noSync(const std::string& error) {
-    return "1 initBlockSynchronization(): error in shm_open error: " + error + "\n";
-}
+const std::string NoRecord =
+    "2 useRunRecord(): Warning: no /DtcmRun, the death of a process is not noticed, error: ";
+const std::string NoSemaphore = "1 initDatabaseSemaphore(): error in sem_open error: ";
+const std::string NoSync = "1 initBlockSynchronization(): error in shm_open error: ";
 
 std::string noneOf(const std::string& error) {
-    return noRecord(error) + noSemaphore(error) + noSync(error);
+    return NoRecord + error + NoSemaphore + error + NoSync + error;
 }
 
 struct Fault {
@@ -160,23 +151,23 @@ const Fault Faults[] = {
          ASSERT_EQ(mkfifo(unit::WarmArea.c_str(), 0600), 0);
      },
      NoArea + ", error: No such device\n"},
-    {[] { mountShm(MS_RDONLY, nullptr); }, noneOf("Read-only file system")},
+    {[] { mountShm(MS_RDONLY, nullptr); }, noneOf("Read-only file system\n")},
     {[] {
          mountShm(0, "size=4k,nr_inodes=100");
          fillShm();
      },
-     noneOf("No space left on device")},
+     noneOf("No space left on device\n")},
     {[] { // a lock that exists can be opened also where none could be created
          mountShm(0, "size=8k,nr_inodes=100");
          sem_close(sem_open("/DtcmDbSharedSem", O_CREAT | O_EXCL, 0666, 1));
          fillShm();
      },
-     noRecord("No space left on device") + noSync("No space left on device")},
-    {[] { std::filesystem::create_directory(SyncFile); }, noSync("Invalid argument")},
-    {[] { limit(RLIMIT_NOFILE, 4); }, NoArea + "\n" + noneOf("Too many open files")},
-    {[] { limit(RLIMIT_MEMLOCK, 0); }, NoArea + ", error: Operation not permitted\n" +
-                                           noRecord("Operation not permitted") +
-                                           noSync("Operation not permitted")},
+     NoRecord + "No space left on device\n" + NoSync + "No space left on device\n"},
+    {[] { std::filesystem::create_directory(SyncFile); }, NoSync + "Invalid argument\n"},
+    {[] { limit(RLIMIT_NOFILE, 4); }, NoArea + "\n" + noneOf("Too many open files\n")},
+    {[] { limit(RLIMIT_MEMLOCK, 0); }, NoArea + ", error: Operation not permitted\n" + NoRecord +
+                                           "Operation not permitted\n" + NoSync +
+                                           "Operation not permitted\n"},
     {[] { thrown = Thrown::Exception; },
      "1 WarmDatabase(): " + Area + Exception + NoCause + Exception + NoCause + Exception},
     {[] { thrown = Thrown::Number; },
