@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <fstream>
 #include <list>
@@ -83,17 +84,25 @@ void expectWholeObjects(std::string_view bytes) {
     }
 }
 
+// In which this process could have run: a busy machine's doing, not the layer's.
+std::chrono::nanoseconds timeWithoutProcessor() {
+    std::int64_t ran = 0;
+    std::int64_t waited = 0;
+    std::ifstream("/proc/self/schedstat") >> ran >> waited;
+    return std::chrono::nanoseconds(waited);
+}
+
 // A new process works at once, on objects that are known, whole, there once and without a hole.
 // How often it has taken over the lock from somebody who died.
 int expectSound() {
-    const auto begin = std::chrono::steady_clock::now();
     const Outcome next = inChild([] {
-        alarm(10);
+        alarm(30);
+        const auto begin = std::chrono::steady_clock::now();
         EXPECT_EQ(Object("next").result, 0);
         EXPECT_EQ(Bsp_getSlotId() | 1, Bsp_getSlotId() == -1 ? -1 : 1); // not set, 0 or 1
+        EXPECT_LT(std::chrono::steady_clock::now() - begin - timeWithoutProcessor(), 2s);
     });
     EXPECT_EQ(next.status, 0) << next.out << next.err;
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s) << next.err;
     expectWholeObjects(unit::readFile(unit::WarmArea));
     return countOf(next.err, "taken over");
 }
