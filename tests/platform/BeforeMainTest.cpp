@@ -58,7 +58,8 @@ TEST(BeforeMain, LevelsAndVariantsAreSettled) {
             std::filesystem::remove(File);
             std::filesystem::create_directory(File);
         }
-        const auto report = runProgram({UNIT_REPORT}, {"TOLVTRACE_LEVELS=bsp.core=0," + levels});
+        setenv("TOLVTRACE_LEVELS", ("bsp.core=0," + levels).c_str(), 1);
+        const auto report = runProgram({UNIT_REPORT});
         EXPECT_EQ(countOf(report.out, "product code           " + product), 1) << variants;
         EXPECT_EQ(std::regex_replace(report.err, std::regex(":\\d+ "), ":"), errors) << levels;
     }

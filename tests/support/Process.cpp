@@ -65,15 +65,6 @@ Outcome Child::wait() {
     return {code, takeContent(m_out), takeContent(m_err)};
 }
 
-Outcome runProgram(const Words& command, const Words& environment) {
-    return inChild([&] {
-        for (const std::string& assignment : environment) {
-            putenv(const_cast<char*>(assignment.c_str()));
-        }
-        execute(command);
-    });
-}
-
 void execute(const Words& command, const Words& launcher) {
     std::istringstream emulator(BSP_EMULATOR);
     Words words = launcher;

@@ -42,11 +42,12 @@ inline Outcome inChild(const std::function<void()>& body) {
 
 using Words = std::vector<std::string>;
 
-/// Runs a program with NAME=VALUE additions to its environment.
-Outcome runProgram(const Words& command, const Words& environment = {});
-
 /// Becomes the program, which `launcher` starts and, for another machine's programs, the emulator.
 [[noreturn]] void execute(const Words& command, const Words& launcher = {});
+
+inline Outcome runProgram(const Words& command) {
+    return inChild([&] { execute(command); });
+}
 
 /// Level and text of the layer's records, a line each, and nothing else of the output.
 std::string recordsIn(const std::string& output);

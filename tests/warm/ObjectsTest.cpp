@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <cstring>
 #include <thread>
@@ -90,19 +91,15 @@ TEST_F(Objects, LimitsAreRefusedBeforeAnythingIsTouched) {
 
 TEST_F(Objects, FailuresOfTheFlatInterface) {
     for (const char* name : {"sixteen bytes...", static_cast<const char*>(nullptr)}) {
-        void* data = &data;
-        void* sync = &data;
+        std::array<void*, 3> data = {&data, &data, &data};
+        void* sync = &sync;
         bool created = true;
-        EXPECT_EQ(Bsp_getDtcmObjectData(name, &data, 1, &sync, &created), -1);
-        EXPECT_EQ(data, nullptr);
-        EXPECT_EQ(sync, static_cast<void*>(&data)); // left alone
+        EXPECT_EQ(Bsp_getDtcmObjectData(name, &data[0], 1, &sync, &created), -1);
+        EXPECT_EQ(WarmDatabase_createObject(name, &data[1], 1), -1);
+        EXPECT_EQ(Bsp_retrieveDtcmObject(name == nullptr ? "absent" : name, &data[2], 1), -1);
+        EXPECT_EQ(data, (std::array<void*, 3>{}));
+        EXPECT_EQ(sync, static_cast<void*>(&sync)); // left alone
         EXPECT_FALSE(created);
-        data = &data;
-        EXPECT_EQ(WarmDatabase_createObject(name, &data, 1), -1);
-        EXPECT_EQ(data, nullptr);
-        data = &data;
-        EXPECT_EQ(Bsp_retrieveDtcmObject(name == nullptr ? "absent" : name, &data, 1), -1);
-        EXPECT_EQ(data, nullptr);
     }
     const std::string refusal = "1 validateObject(): Error: blockName sixteen bytes... with "
                                 "length 16 is larger than the allowed maximum of 15\n";
