@@ -16,9 +16,7 @@
 
 namespace {
 
-enum class Thrown { Nothing, Exception, Number };
-
-Thrown thrown = Thrown::Nothing;
+std::exception_ptr thrown;
 int failingWaits = 0;
 
 // The function of this name behind the program's own.
@@ -30,11 +28,8 @@ Function* next(const char* name) {
 } // namespace
 
 BSP_EXPORT os::bsp::ResetType os::bsp::getResetType() {
-    if (thrown == Thrown::Exception) {
-        throw std::runtime_error("no reset type");
-    }
-    if (thrown == Thrown::Number) {
-        throw 5; // NOLINT: not a std::exception on purpose
+    if (thrown) {
+        std::rethrow_exception(thrown);
     }
     return next<ResetType()>("_ZN2os3bsp12getResetTypeEv")();
 }
@@ -168,9 +163,9 @@ const Fault Faults[] = {
     {[] { limit(RLIMIT_MEMLOCK, 0); }, NoArea + ", error: Operation not permitted\n" + NoRecord +
                                            "Operation not permitted\n" + NoSync +
                                            "Operation not permitted\n"},
-    {[] { thrown = Thrown::Exception; },
+    {[] { thrown = std::make_exception_ptr(std::runtime_error("no reset type")); },
      "1 WarmDatabase(): " + Area + Exception + NoCause + Exception + NoCause + Exception},
-    {[] { thrown = Thrown::Number; },
+    {[] { thrown = std::make_exception_ptr(5); },
      "1 WarmDatabase(): " + Area + Number + NoCause + Number + NoCause + Number},
     {[] { failingWaits = 1; }, "1 lock(): error in sem_wait error: Invalid argument\n"},
 };
