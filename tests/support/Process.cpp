@@ -9,20 +9,12 @@
 #include <regex>
 #include <sstream>
 
-#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace test {
 namespace {
-
-// Appending, so that threads and processes that write at once lose nothing.
-int openCapture(const char* name) {
-    const int fd = memfd_create(name, 0);
-    fcntl(fd, F_SETFL, O_APPEND);
-    return fd;
-}
 
 std::string takeContent(int fd) {
     std::string content = unit::readFile("/proc/self/fd/" + std::to_string(fd));
@@ -38,7 +30,7 @@ int countFailures() {
 } // namespace
 
 Child::Child(const std::function<void()>& body) noexcept
-    : m_out(openCapture("stdout")), m_err(openCapture("stderr")) {
+    : m_out(memfd_create("stdout", 0)), m_err(memfd_create("stderr", 0)) {
     std::fflush(nullptr);
     m_pid = fork();
     if (m_pid == 0) {
