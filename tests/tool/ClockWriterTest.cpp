@@ -91,7 +91,7 @@ const Config Configs[] = {
     {repeat("7 ", 216) + "zz", std::string(216, '\7')},
     {"1 2 zz 4", "", BadToken + "3" + NoNumber},
     {"1 0x", "", BadToken + "2" + NoNumber},
-    {"12zz", "", BadToken + "1" + NoNumber},
+    {"12G", "", BadToken + "1" + NoNumber},
     {std::string(5000, '1'), "", BadToken + "1" + NoNumber},
     {std::string("1 2\0", 4), "", BadToken + "2" + NoNumber},
 };
