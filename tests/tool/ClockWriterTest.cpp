@@ -86,13 +86,13 @@ const Config Configs[] = {
     {"", ""},
     {"0x1 0XfF 2\r\nfe", "\x01\xff\x02\xfe"},
     {"1A5 100000012 1ffffffff34 123456789abcdef0178", "\xa5\x12\x34\x78"},
-    {"-1 +2 -0x1F0", "\xff\x02\x10"},
+    {"-1 +2 -0x1F0 " + std::string(4096, '1'), "\xff\x02\x10\x11"},
     {repeat("5a ", 300), std::string(216, '\x5a')},
     {repeat("7 ", 216) + "zz", std::string(216, '\7')},
     {"1 2 zz 4", "", BadToken + "3" + NoNumber},
     {"1 0x", "", BadToken + "2" + NoNumber},
     {"12G", "", BadToken + "1" + NoNumber},
-    {std::string(5000, '1'), "", BadToken + "1" + NoNumber},
+    {std::string(4097, '1'), "", BadToken + "1" + NoNumber},
     {std::string("1 2\0", 4), "", BadToken + "2" + NoNumber},
 };
 

@@ -176,7 +176,7 @@ TEST_F(Clients, SlotMutexThatLostItsOwnerIsMadeAnew) {
 TEST(Processes, StartWaitsForWhoeverMakesTheSyncArea) {
     unit::restart(unit::Warm, "");
     const int unfinished = open("/dev/shm/DtcmSync", O_CREAT | O_RDWR, 0666);
-    flock(unfinished, LOCK_EX);
+    flock(unfinished, LOCK_SH);
     EXPECT_TRUE(waits(
         [] { EXPECT_TRUE(Object("A").created); },
         [&] {
