@@ -41,7 +41,7 @@ const Start Starts[] = {
     {"*", Row + "0", "2", "TOLVTRACE_LEVELS: \"*" + Ignored},
     {"*=7x", Row + "0", "2", "TOLVTRACE_LEVELS: \"*=7x" + Ignored},
     {"*=0", OtherRow + "-16 # -\n\n\t" + Row + "0x0\r\n#" + OtherRow + "0", "2", ""},
-    {"*=0", OtherRow + "0x7fFFffff\n" + Row + "0", "2", ""},
+    {"*=0", OtherRow + "0X7fFFffff\n" + Row + "0", "2", ""},
     {"*=0", Row + "0\n\n" + Row + "\n", "1", File.string() + ":3" + Malformed},
     {"*=0", Row + "0\n" + Row + "1 2\nx", "1", File.string() + ":2" + Malformed},
     {"*=0", Row + "0x-5", "1", File.string() + ":1" + Malformed},

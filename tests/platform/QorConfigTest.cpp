@@ -8,6 +8,9 @@
 #include <system_error>
 
 #include <csignal>
+
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -46,15 +49,18 @@ TEST_F(Store, ValuesAreForEveryReader) {
     }
 }
 
-TEST_F(Store, ForkedChildDoesNotKeepTheLock) {
+// Files and folder are written out under it.
+TEST_F(Store, LockIsNotKeptByForkedChildren) {
     std::vector<std::unique_ptr<Child>> children;
     onFsync = [&] {
+        EXPECT_EQ(flock(open(unit::Config.c_str(), O_RDONLY), LOCK_SH | LOCK_NB), -1);
         children.push_back(std::make_unique<Child>(pause));
     };
     alarm(10); // or it waits for the children
     EXPECT_TRUE(QorConfig().setValue("key", "x"));
-    EXPECT_TRUE(QorConfig().clearValue("key"));
+    EXPECT_TRUE(QorConfig().clearValue("key") && QorConfig().clearValue("key"));
     EXPECT_TRUE(QorConfig().setValue("key", "y"));
+    EXPECT_EQ(children.size(), 5U);
 }
 
 TEST_F(Store, KilledWriterLeavesOldOrNewValue) {
