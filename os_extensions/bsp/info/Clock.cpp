@@ -3,8 +3,10 @@
 #include "ClockChip.hpp"
 #include "ClockConfig.hpp"
 #include "FileDescriptor.hpp"
+#include "Printable.hpp"
 #include "Stream.hpp"
 
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -16,26 +18,46 @@ namespace bspinfo {
 namespace {
 
 constexpr std::size_t First = clock_chip::ConfigurationRegister;
+constexpr std::size_t ShownCharacters = 40; // of a token
 
 using Registers = std::array<std::uint8_t, sizeof ClockConfig::bytes>;
 
-// Where the file is malformed, as compilers tell it.
-void tellProblem(const std::string& file, const ClockConfig& config, const std::string& problem) {
-    const int shown = static_cast<int>(std::min<std::size_t>(config.token.size(), 40));
-    std::printf(
-        "%s:%zu:%zu: %s: %.*s\n", file.c_str(), config.line, config.column, problem.c_str(), shown,
-        config.token.c_str());
+std::string counted(std::size_t count, const char* one, const char* many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
-void tellContent(const std::string& file, const ClockConfig& config) {
-    if (config.size == 0) {
-        std::printf("%s: no numbers; the chip's registers stay as they are\n", file.c_str());
-        return;
+// As compilers tell it.
+void tellProblem(const std::string& file, const ClockConfig& config, const std::string& problem) {
+    std::printf("%s:%zu:%zu: %s", file.c_str(), config.line, config.column, problem.c_str());
+    if (!config.token.empty()) { // as it is after a read error
+        std::printf(": %s", printable(config.token.substr(0, ShownCharacters)).c_str());
     }
+    std::puts("");
+}
+
+bool somethingFollows(std::FILE* file) {
+    int character = std::getc(file);
+    while (std::isspace(character) != 0) {
+        character = std::getc(file);
+    }
+    return character != EOF;
+}
+
+std::string describeRest(std::FILE* file, std::size_t left) {
+    if (left == 0) {
+        return somethingFollows(file) ? "; what follows is ignored" : "";
+    }
+    return "; " + counted(
+                      left, "register behind them stays as it is",
+                      "registers behind them stay as they are");
+}
+
+void tellContent(const std::string& name, std::FILE* file, const ClockConfig& config) {
+    const std::string numbers = counted(config.size, "number", "numbers");
+    const std::string rest = describeRest(file, config.bytes.size() - config.size);
     std::printf(
-        "%s: %zu numbers, for registers %zu to %zu; %zu registers behind them stay as they are\n",
-        file.c_str(), config.size, First, First + config.size - 1,
-        config.bytes.size() - config.size);
+        "%s: %s, for registers %zu to %zu%s\n", name.c_str(), numbers.c_str(), First,
+        First + config.size - 1, rest.c_str());
 }
 
 // Empty, with errno set, when it cannot be read.
@@ -47,13 +69,15 @@ std::optional<Registers> readChip(std::size_t size) {
     return done ? std::optional(registers) : std::nullopt;
 }
 
+// The exit status, too. A machine without the chip has nothing to compare.
 int compare(const ClockConfig& config) {
     const auto chip = readChip(config.size);
     if (!chip) {
-        std::printf("%s cannot be read: %s\n", clock_chip::DeviceName, std::strerror(errno));
-        return 0;
+        const int error = errno;
+        std::printf("%s cannot be read: %s\n", clock_chip::DeviceName, std::strerror(error));
+        return error == ENOENT ? 0 : 2;
     }
-    int different = 0;
+    std::size_t different = 0;
     for (std::size_t i = 0; i < config.size; ++i) {
         if (chip->at(i) != config.bytes.at(i)) {
             ++different;
@@ -61,7 +85,7 @@ int compare(const ClockConfig& config) {
                 "register %zu: file %02x, chip %02x\n", First + i, config.bytes.at(i), chip->at(i));
         }
     }
-    std::printf("%d registers differ\n", different);
+    std::puts(counted(different, "register differs", "registers differ").c_str());
     return different > 0 ? 1 : 0;
 }
 
@@ -78,7 +102,11 @@ int clock(const std::string& configuration) {
         tellProblem(configuration, config, problem);
         return std::ferror(file.get()) != 0 ? 2 : 1;
     }
-    tellContent(configuration, config);
+    if (config.size == 0) {
+        std::printf("%s: no numbers; all registers stay as they are\n", configuration.c_str());
+        return 0;
+    }
+    tellContent(configuration, file.get(), config);
     return compare(config);
 }
 

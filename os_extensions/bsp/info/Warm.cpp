@@ -1,13 +1,18 @@
 #include "Warm.hpp"
 
+#include "PlatformRoot.hpp"
+#include "Printable.hpp"
+#include "SlotId.hpp"
+#include "Stream.hpp"
 #include "WarmImage.hpp"
+#include "WarmLock.hpp"
 #include "WarmMap.hpp"
 #include "WarmUsers.hpp"
 
-#include <cstdint>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
+#include <memory>
 
 namespace bspinfo {
 namespace {
@@ -15,14 +20,6 @@ namespace {
 using namespace os::bsp::dtcm;
 
 constexpr std::size_t ShownBytes = 8;
-
-std::string printable(std::string_view name) {
-    std::string text;
-    for (const char character : name) {
-        text += character >= ' ' && character <= '~' ? character : '?';
-    }
-    return text;
-}
 
 std::string hexadecimal(const std::byte* bytes, std::size_t count) {
     std::string text;
@@ -34,70 +31,81 @@ std::string hexadecimal(const std::byte* bytes, std::size_t count) {
     return text;
 }
 
-// Mutexes are this run's: they say nothing about a dump.
-void showCells(const WarmArea& area, bool withMutexes) {
-    std::printf("cell  %-16s %-7s data\n", "name", "mutex");
+void showCells(const WarmArea& area, const std::vector<std::string>& mutexes) {
+    std::printf("cell  %-16s %-27s data\n", "name", "mutex");
     for (std::size_t i = 0; i < MaxNumberOfBlocks; ++i) {
         const Block& block = area.blocks[i];
-        const std::string mutex = withMutexes ? describeMutex(i) : "-";
         const bool free = kindOf(block) == Cell::Free;
         std::printf(
-            "%4zu  %-16s %-7s%s\n", i + 1, free ? "" : printable(nameOf(block)).c_str(),
-            mutex.c_str(), free ? " free" : hexadecimal(block.data, ShownBytes).c_str());
+            "%4zu  %-16s %-27s%s\n", i + 1, printable(std::string(nameOf(block))).c_str(),
+            mutexes.empty() ? "-" : mutexes[i].c_str(),
+            free ? " free" : hexadecimal(block.data, ShownBytes).c_str());
     }
-}
-
-// The object begins with the id.
-std::string slotId(const WarmArea& area) {
-    for (const Block& block : area.blocks) {
-        if (nameOf(block) == "SLOT") {
-            std::int32_t id = 0;
-            std::memcpy(&id, block.data, sizeof id);
-            return id == -1 ? "not set" : std::to_string(id);
-        }
-    }
-    return "no process has asked for it";
 }
 
 bool writePicture(const WarmArea& area, const std::string& file) {
-    std::ofstream picture(file);
-    picture << drawSvg(area);
-    picture.close();
-    return static_cast<bool>(picture);
+    const posix::Stream picture(std::fopen(file.c_str(), "we"));
+    return picture != nullptr && std::fputs(drawSvg(area).c_str(), picture.get()) >= 0 &&
+           std::fflush(picture.get()) == 0;
+}
+
+void tell(const char* name, const std::string& text) {
+    std::printf("%-14s%s\n", name, text.c_str());
 }
 
 // The exit status, too.
-int summarise(const WarmArea& area, bool ofThisRun) {
+int summarise(const WarmArea& area) {
     const std::string problem = problemOf(area);
-    std::printf("run of cells  %s\n", problem.empty() ? "whole" : problem.c_str());
-    std::printf("slot id       %s\n", slotId(area).c_str());
-    if (ofThisRun) {
-        std::printf("lock          %s\n", describeLock().c_str());
-        std::printf("used by       %s\n", describeUsers().c_str());
-    }
+    tell("run of cells", problem.empty() ? "whole" : problem);
+    tell("slot id", slotId(area));
     return problem.empty() ? 0 : 1;
+}
+
+void tellOfProcesses(const std::string& mutexProblem) {
+    if (!mutexProblem.empty()) {
+        tell("mutexes", mutexProblem);
+    }
+    for (const auto& [name, state] : describeLock()) {
+        tell(name, state);
+    }
+    tell("used by", describeUsers());
+}
+
+// Mutexes and lock are this run's: they say nothing about a dump. The result is the exit status.
+int show(const WarmArea& area, Map map, bool isDump) {
+    std::string problem;
+    const auto mutexes = isDump ? std::vector<std::string>() : describeMutexes(problem);
+    if (map == Map::Text) {
+        std::fputs(drawText(area).c_str(), stdout);
+    } else if (map == Map::None) {
+        showCells(area, mutexes);
+    }
+    const int status = summarise(area);
+    if (!isDump) {
+        tellOfProcesses(problem);
+    }
+    return status;
+}
+
+int fail(const std::string& problem) {
+    std::fprintf(stderr, "bspinfo: %s\n", problem.c_str());
+    return 2;
 }
 
 } // namespace
 
 int warm(const std::string& dump, Map map, const std::string& picture) {
-    std::string problem;
-    const auto bytes = readWarmArea(dump.empty() ? WarmDevice : dump, problem);
-    if (bytes.empty()) {
-        std::fprintf(stderr, "bspinfo: %s\n", problem.c_str());
-        return 2;
+    const std::string device = platform::path(std::string("dev/") + WarmAreaDevice);
+    const Mapping mapping = mapForReading(dump.empty() ? device : dump, sizeof(WarmArea));
+    if (mapping.memory == nullptr) {
+        return fail(mapping.problem);
     }
-    const auto& area = *reinterpret_cast<const WarmArea*>(bytes.data());
-    if (map == Map::Svg && !writePicture(area, picture)) {
-        std::fprintf(stderr, "bspinfo: %s cannot be written\n", picture.c_str());
-        return 2;
+    // A copy, because others may write to it meanwhile.
+    const auto area = std::make_unique<WarmArea>(*static_cast<const WarmArea*>(mapping.memory));
+    if (map == Map::Svg && !writePicture(*area, picture)) {
+        return fail(picture + " cannot be written: " + std::strerror(errno));
     }
-    if (map == Map::Text) {
-        std::fputs(drawText(area).c_str(), stdout);
-    } else if (map == Map::None) {
-        showCells(area, dump.empty());
-    }
-    return summarise(area, dump.empty());
+    return show(*area, map, !dump.empty());
 }
 
 } // namespace bspinfo

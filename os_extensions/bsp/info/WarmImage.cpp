@@ -1,6 +1,7 @@
 #include "WarmImage.hpp"
 
 #include "FileDescriptor.hpp"
+#include "Printable.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -14,30 +15,43 @@
 namespace bspinfo {
 
 using namespace os::bsp::dtcm;
+using std::to_string;
 
-// Behind the end of a file there would be a signal; a device tells no size.
-const void* mapForReading(const std::string& path, std::size_t size) {
+namespace {
+
+struct Problem {
+    const char* text;
+    std::string cells; // empty where there is no such problem
+};
+
+std::string joined(std::initializer_list<Problem> problems) {
+    std::string text;
+    for (const Problem& problem : problems) {
+        if (!problem.cells.empty()) {
+            text += (text.empty() ? "" : "; ") + std::string(problem.text) + problem.cells;
+        }
+    }
+    return text;
+}
+
+} // namespace
+
+Mapping mapForReading(const std::string& path, std::size_t size) {
     const auto file =
         posix::FileDescriptor::own(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status {};
     if (!file || fstat(file.get(), &status) == -1) {
-        return nullptr;
+        return {nullptr, path + " cannot be read: " + std::strerror(errno)};
     }
-    if (S_ISREG(status.st_mode) && status.st_size < static_cast<off_t>(size)) {
-        errno = ENODATA;
-        return nullptr;
+    if (S_ISREG(status.st_mode) && status.st_size != static_cast<off_t>(size)) {
+        return {
+            nullptr, path + " has " + to_string(status.st_size) + " bytes, not " + to_string(size)};
     }
     void* const memory = mmap(nullptr, size, PROT_READ, MAP_SHARED, file.get(), 0);
-    return memory != MAP_FAILED ? memory : nullptr;
-}
-
-std::vector<std::byte> readWarmArea(const std::string& path, std::string& problem) {
-    const auto* const memory = static_cast<const std::byte*>(mapForReading(path, sizeof(WarmArea)));
-    if (memory == nullptr) {
-        problem = path + " cannot be read: " + std::strerror(errno);
-        return {};
+    if (memory == MAP_FAILED) {
+        return {nullptr, path + " cannot be mapped: " + std::strerror(errno)};
     }
-    return {memory, memory + sizeof(WarmArea)};
+    return {memory, ""};
 }
 
 std::string_view nameOf(const Block& block) {
@@ -47,30 +61,31 @@ std::string_view nameOf(const Block& block) {
 Cell kindOf(const Block& block) {
     const std::string_view name = nameOf(block);
     const std::string_view behind(block.name + name.size(), sizeof block.name - name.size());
-    const bool sound =
-        !behind.empty() && behind.find_first_not_of('\0') == std::string_view::npos &&
-        std::all_of(name.begin(), name.end(), [](char c) { return c >= ' ' && c <= '~'; });
+    const bool sound = !behind.empty() &&
+                       behind.find_first_not_of('\0') == std::string_view::npos &&
+                       std::all_of(name.begin(), name.end(), isPrintable);
     return block.name[0] == '\0' ? Cell::Free : sound ? Cell::Used : Cell::Noise;
 }
 
 std::string problemOf(const WarmArea& area) {
+    std::string noise;
+    std::string behindFree;
+    std::string twice;
     std::set<std::string_view> names;
     bool freeSeen = false;
     for (const Block& block : area.blocks) {
         const Cell kind = kindOf(block);
-        const std::string cell = "cell " + std::to_string(&block - area.blocks + 1);
-        if (kind == Cell::Noise) {
-            return cell + " has noise for a name";
-        }
-        if (kind == Cell::Used && freeSeen) {
-            return cell + " is used, but one before it is free";
-        }
-        if (kind == Cell::Used && !names.insert(nameOf(block)).second) {
-            return cell + " has a name that one before it has";
-        }
+        const std::string number = " " + to_string(&block - area.blocks + 1);
+        noise += kind == Cell::Noise ? number : "";
+        behindFree += kind != Cell::Free && freeSeen ? number : "";
+        twice += kind == Cell::Used && !names.insert(nameOf(block)).second ? number : "";
         freeSeen = freeSeen || kind == Cell::Free;
     }
-    return "";
+    return joined({
+        {"noise for a name:", noise},
+        {"used behind a free cell:", behindFree},
+        {"named as one before:", twice},
+    });
 }
 
 } // namespace bspinfo

@@ -5,29 +5,28 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace bspinfo {
 
 enum class Cell { Free, Used, Noise };
 
-inline constexpr const char* WarmDevice = "/dev/top.dtcm0";
+/// Memory mapped for the rest of the process, or null and why there is none.
+struct Mapping {
+    const void* memory;
+    std::string problem;
+};
 
-/// A copy of what `path` holds, a device that can be mapped or a dump of one; empty, with the
-/// reason in `problem`, when it cannot be read or is no warm area.
-std::vector<std::byte> readWarmArea(const std::string& path, std::string& problem);
+/// Maps an object of exactly this size for reading. One of another size is none, or unfinished; a
+/// device tells no size.
+Mapping mapForReading(const std::string& path, std::size_t size);
 
-/// The name up to its end, be it noise.
+/// The name up to its end, even if that is noise.
 std::string_view nameOf(const os::bsp::dtcm::Block& block);
 
 /// A name of a used block has 1 to 15 printable characters, and zeroes behind them.
 Cell kindOf(const os::bsp::dtcm::Block& block);
 
-/// What is wrong with the run of used blocks; empty when it is whole.
+/// All that is wrong with the run of used blocks, in a line; empty when it is whole.
 std::string problemOf(const os::bsp::dtcm::WarmArea& area);
-
-/// A file of at least this size, mapped for reading for the rest of the process; null, with errno
-/// set, when it is not there or may not be read.
-const void* mapForReading(const std::string& path, std::size_t size);
 
 } // namespace bspinfo

@@ -1,17 +1,14 @@
-/// Who works with the warm database, and who has its lock.
+/// Who works with the warm database.
 #pragma once
 
 #include <string>
 
 namespace bspinfo {
 
-/// What is known of the lock, in lines.
-std::string describeLock();
-
 /// The processes that have the warm area, its mutexes or the run record mapped, in a line.
 std::string describeUsers();
 
-/// The state of the mutex that goes with a cell, from 0.
-std::string describeMutex(std::size_t cell);
+/// The number of a process or thread, with its name where it has one.
+std::string numberAndName(const std::string& number);
 
 } // namespace bspinfo

@@ -157,9 +157,10 @@ int main(int argc, char** argv) {
     silenceTraces();
     const std::string_view command = argc > 1 ? argv[1] : "";
     if (command == "warm") {
+        argv[1] = argv[0]; // who complains about an option
         return runWarm(argc - 1, argv + 1);
     }
-    if (command == "clock" && argc == 3) {
+    if (command == "clock" && argc == 3 && *argv[2] != '-') {
         return bspinfo::clock(argv[2]);
     }
     return command == "clock" ? refuse("wanted is one file", command) : runQuery(argc, argv);

@@ -1,64 +1,46 @@
 #include "bsp/WarmSlot.hpp"
 
 #include "ProcessShared.hpp"
+#include "SlotLayout.hpp"
 #include "SlotLog.hpp"
 #include "SlotMutex.hpp"
 #include "WarmDatabase/InitError.hpp"
 #include "bsp/WarmDatabase.hpp"
 
-#include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <mutex>
-#include <span>
 
 namespace os::bsp {
 
 namespace {
-
-constexpr const char* ObjectName = "SLOT";
-constexpr int NotSet = -1;
 
 [[maybe_unused]] const LogModule& logAtStartup = slotLog();
 
 } // namespace
 
 /// Lies in the warm area, shared by every process.
-struct WarmSlot::SlotObject {
-    std::int32_t slotId;
-    pthread_mutex_t mutex;
-
-    bool isInitialised() const {
-        const auto bytes = std::as_bytes(std::span(&mutex, 1));
-        return std::any_of(
-            bytes.begin(), bytes.end(), [](std::byte byte) { return byte != std::byte{0}; });
-    }
-
+struct WarmSlot::SlotObject : SlotLayout {
     // The object's creator gave the database lock back before it could initialise the object:
-    // another process may get here first, or find what a creator that was killed has left. The
-    // mutex comes last, and is not all zeroes then: it is marked as shared between processes.
+    // another process may get here first, or find what a creator that was killed has left.
     void initialiseOnce(dtcm::WarmDatabase& database) {
         const std::lock_guard lock(database);
         if (!isInitialised()) {
-            slotId = NotSet;
+            slotId = SlotNotSet;
             initialiseProcessShared({&mutex, 1});
         }
     }
 };
 
 WarmSlot::WarmSlot() {
-    static_assert(
-        sizeof(pthread_mutex_t) != 24 ||
-        (sizeof(SlotObject) == 28 && offsetof(SlotObject, mutex) == 4));
     try {
         void* data = nullptr;
         std::mutex* sync = nullptr;
         bool created = false;
         auto& database = dtcm::WarmDatabase::getInstance();
-        if (!database.getObjectData(ObjectName, &data, sizeof(SlotObject), &sync, created) ||
+        if (!database.getObjectData(SlotObjectName, &data, sizeof(SlotObject), &sync, created) ||
             data == nullptr || sync == nullptr) {
             BSP_LOG(
-                slotLog(), 1, "Error: Could not get the ", ObjectName,
+                slotLog(), 1, "Error: Could not get the ", SlotObjectName,
                 " object from the warm database");
             return;
         }
@@ -66,11 +48,11 @@ WarmSlot::WarmSlot() {
         m_slotObject->initialiseOnce(database);
         m_valid = true;
         BSP_LOG(
-            slotLog(), 5, "The ", ObjectName,
+            slotLog(), 5, "The ", SlotObjectName,
             " object was successfully retrieved from the warm database");
         if (created) {
             BSP_LOG(
-                slotLog(), 5, "The ", ObjectName,
+                slotLog(), 5, "The ", SlotObjectName,
                 " object was created, initializing the object contents");
         } else {
             BSP_LOG(slotLog(), 5, "The slotId from WARM reset is: ", m_slotObject->slotId);
@@ -82,9 +64,9 @@ WarmSlot::WarmSlot() {
 
 int WarmSlot::get() const {
     if (!m_valid) {
-        return NotSet;
+        return SlotNotSet;
     }
-    std::int32_t slotId = NotSet;
+    std::int32_t slotId = SlotNotSet;
     {
         const SlotLock lock(m_slotObject->mutex);
         slotId = m_slotObject->slotId;

@@ -1,0 +1,108 @@
+#include "WarmLock.hpp"
+
+#include "WarmDatabase/Layout.hpp"
+#include "WarmDatabase/RunRecord.hpp"
+#include "WarmImage.hpp"
+#include "WarmUsers.hpp"
+
+#include <cerrno>
+#include <csignal>
+
+#include <linux/futex.h>
+#include <semaphore.h>
+
+namespace bspinfo {
+namespace {
+
+using namespace os::bsp::dtcm;
+using std::to_string;
+
+// Where the C library keeps shared memory, and semaphores under a longer name.
+const std::string Folder = "/dev/shm";
+
+constexpr int RobustSharedMutexKind = SharedMutexKind | 16;
+
+// Others write it meanwhile: what is read decides, and is not read again.
+template <class Word>
+Word readOnce(const Word& word) {
+    return static_cast<const volatile Word&>(word);
+}
+
+// A thread that has ended, or of a container whose threads are numbered apart.
+const char* absence(pid_t thread) {
+    return kill(thread, 0) == -1 && errno == ESRCH ? ", not here" : "";
+}
+
+std::string describeMutex(const pthread_mutex_t& mutex) {
+    const int word = readOnce(mutex.__data.__lock); // 2 when others may wait
+    const int owner = readOnce(mutex.__data.__owner);
+    if (readOnce(mutex.__data.__kind) != SharedMutexKind || word < 0 || word > 2) {
+        return "noise";
+    }
+    if (word == 0) {
+        return "free";
+    }
+    return owner <= 0 ? "locked" : "locked by " + to_string(owner) + absence(owner);
+}
+
+// A robust mutex has the number of its owner's thread in it, and is marked when that has died.
+std::string ownerOf(const pthread_mutex_t& mutex) {
+    const auto word = static_cast<std::uint32_t>(readOnce(mutex.__data.__lock));
+    const auto owner = static_cast<pid_t>(word & FUTEX_TID_MASK);
+    if (readOnce(mutex.__data.__kind) != RobustSharedMutexKind) {
+        return "noise";
+    }
+    if ((word & FUTEX_OWNER_DIED) != 0) {
+        return "was held by a process that has died; the next one takes over";
+    }
+    return owner == 0 ? "free"
+                      : "held by thread " + numberAndName(to_string(owner)) + absence(owner);
+}
+
+std::string describeSemaphore() {
+    const Mapping semaphore = mapForReading(Folder + "/sem.DtcmDbSharedSem", sizeof(sem_t));
+    if (semaphore.memory == nullptr) {
+        return semaphore.problem;
+    }
+    int value = 0; // asking writes nothing
+    sem_getvalue(static_cast<sem_t*>(const_cast<void*>(semaphore.memory)), &value);
+    return to_string(value);
+}
+
+template <class Value, std::size_t count>
+std::string textOf(const char* const (&texts)[count], const std::atomic<Value>& place) {
+    const auto index = static_cast<std::uint32_t>(place.load());
+    return index < count ? texts[index] : "noise";
+}
+
+} // namespace
+
+std::vector<std::pair<const char*, std::string>> describeLock() {
+    constexpr const char* Progresses[] = {"away", "moving", "holding"};
+    constexpr const char* Restarts[] = {"not asked for", "due", "handled"};
+    const Mapping mapping = mapForReading(Folder + RunRecordName, sizeof(RunRecord));
+    const auto* const record = static_cast<const RunRecord*>(mapping.memory);
+    if (record == nullptr) {
+        return {{"lock", mapping.problem}, {"semaphore", describeSemaphore()}};
+    }
+    return {
+        {"lock", ownerOf(record->mutex)},
+        {"semaphore",
+         describeSemaphore() + ", lock's owner " + textOf(Progresses, record->progress)},
+        {"cold restart", textOf(Restarts, record->coldRestart)}};
+}
+
+std::vector<std::string> describeMutexes(std::string& problem) {
+    const Mapping mapping = mapForReading(Folder + SyncAreaName, sizeof(SyncArea));
+    problem = mapping.problem;
+    if (mapping.memory == nullptr) {
+        return {};
+    }
+    const auto& mutexes = static_cast<const SyncArea*>(mapping.memory)->mutexes;
+    std::vector<std::string> states;
+    std::transform(
+        std::begin(mutexes), std::end(mutexes), std::back_inserter(states), describeMutex);
+    return states;
+}
+
+} // namespace bspinfo
