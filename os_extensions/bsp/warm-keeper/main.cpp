@@ -42,7 +42,11 @@ bool tellReady() {
 
 } // namespace
 
-int main() {
+int main(int argc, char** /*argv*/) {
+    if (argc > 1) {
+        std::fputs("Usage: bsp-warm\n", stderr);
+        return 64;
+    }
     if (WarmDatabase_getInfo(nullptr, 0) != 0) {
         return 1; // the trace tells why
     }
