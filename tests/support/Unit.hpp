@@ -48,6 +48,15 @@ inline void restart(Restart cause, std::string_view area) {
     }
 }
 
+/// As many bytes of it, over and over.
+inline std::string repeat(const std::string& text, std::size_t size) {
+    std::string result(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) {
+        result[i] = text[i % text.size()];
+    }
+    return result;
+}
+
 /// What power-on leaves in a warm area: noise, but repeatable.
 inline std::string noise(std::size_t size) {
     std::string bytes(size, '\0');

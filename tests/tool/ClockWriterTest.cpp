@@ -68,14 +68,6 @@ void expect(int result, const std::string& out) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), out);
 }
 
-std::string repeat(const std::string& text, int count) {
-    std::string result;
-    while (count-- > 0) {
-        result += text;
-    }
-    return result;
-}
-
 struct Config {
     std::string text;
     std::string bytes;
@@ -87,8 +79,8 @@ const Config Configs[] = {
     {"0x1 0XfF 2\r\nfe", "\x01\xff\x02\xfe"},
     {"1A5 100000012 1ffffffff34 123456789abcdef0178", "\xa5\x12\x34\x78"},
     {"-1 +2 -0x1F0 " + std::string(4096, '1'), "\xff\x02\x10\x11"},
-    {repeat("5a ", 300), std::string(216, '\x5a')},
-    {repeat("7 ", 216) + "zz", std::string(216, '\7')},
+    {unit::repeat("5a ", 900), std::string(216, '\x5a')},
+    {unit::repeat("7 ", 432) + "zz", std::string(216, '\7')},
     {"1 2 zz 4", "", BadToken + "3" + NoNumber},
     {"1 0x", "", BadToken + "2" + NoNumber},
     {"12G", "", BadToken + "1" + NoNumber},
@@ -143,7 +135,7 @@ TEST(ClockWriter, UnknownRevisionFallsBackToTheLatestBoard) {
 }
 
 TEST(ClockWriter, ChipHasThreeAttemptsToAnswer) {
-    unit::writeFile(ConfigFile, repeat("1 ", 216));
+    unit::writeFile(ConfigFile, unit::repeat("1 ", 432));
     unit::writeFile(Device, "\xEE\xEE\xEE\xEE");
     expect(-1, "ERROR: Idt_init(): Input/output error\n" + NoAddress);
     EXPECT_EQ(std::exchange(pauses, {}), (std::vector<useconds_t>{20000, 20000}));
@@ -163,7 +155,7 @@ TEST(ClockWriter, ChipHasThreeAttemptsToAnswer) {
 
 TEST(ClockWriter, WriteCutShortIsReported) {
     unit::writeFile(Device, chip());
-    unit::writeFile(ConfigFile, repeat("1 ", 216));
+    unit::writeFile(ConfigFile, unit::repeat("1 ", 432));
     std::signal(SIGXFSZ, SIG_IGN);
     const rlimit size = {220, 220}; // what is printed fits
     setrlimit(RLIMIT_FSIZE, &size);

@@ -25,10 +25,6 @@ struct Object {
     int result;
 };
 
-inline std::string numbered(std::string name, std::size_t number) {
-    return name += std::to_string(number);
-}
-
 inline constexpr std::size_t BlockSize = 1536;
 
 inline os::bsp::dtcm::WarmDatabase& database() {

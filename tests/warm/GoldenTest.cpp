@@ -33,11 +33,7 @@ std::string freshMutex() {
 }
 
 std::string freshSyncArea() {
-    std::string area;
-    while (area.size() < Abi.syncAreaSize) {
-        area += freshMutex();
-    }
-    return area;
+    return unit::repeat(freshMutex(), Abi.syncAreaSize);
 }
 
 std::string block(std::string name, const std::string& data) {

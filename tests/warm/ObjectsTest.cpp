@@ -36,7 +36,7 @@ protected:
 
     static void fill() {
         for (int i = 1; i <= 21; ++i) {
-            ASSERT_TRUE(Object(numbered("object ", i)).created);
+            ASSERT_TRUE(Object("object " + std::to_string(i)).created);
         }
     }
 };
@@ -131,7 +131,7 @@ TEST_F(Objects, ThreadsCreateEachNameOnce) {
     for (std::jthread& thread : threads) {
         thread = std::jthread([&] {
             for (int i = 0; i < 21; ++i) {
-                created += Object(numbered("n", i)).created ? 1 : 0;
+                created += Object("n" + std::to_string(i)).created ? 1 : 0;
             }
         });
     }
