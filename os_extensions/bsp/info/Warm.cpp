@@ -12,7 +12,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
+#include <utility>
 
 namespace bspinfo {
 namespace {
@@ -43,10 +45,31 @@ void showCells(const WarmArea& area, const std::vector<std::string>& mutexes) {
     }
 }
 
-bool writePicture(const WarmArea& area, const std::string& file) {
-    const posix::Stream picture(std::fopen(file.c_str(), "we"));
-    return picture != nullptr && std::fputs(drawSvg(area).c_str(), picture.get()) >= 0 &&
-           std::fflush(picture.get()) == 0;
+// Empty, or what went wrong.
+std::string write(const std::string& path, std::string_view content) {
+    const posix::Stream file(std::fopen(path.c_str(), "we"));
+    const bool done =
+        file != nullptr &&
+        std::fwrite(content.data(), 1, content.size(), file.get()) == content.size() &&
+        std::fflush(file.get()) == 0;
+    return done ? "" : path + " cannot be written: " + std::strerror(errno);
+}
+
+std::string writeFiles(
+    const WarmArea& area, const std::string& source, const WarmRequest& request) {
+    const std::pair<std::string, std::string> files[] = {
+        {request.saved, {reinterpret_cast<const char*>(&area), sizeof area}},
+        {request.picture, drawSvg(area)}};
+    std::string problem;
+    for (const auto& [path, content] : files) {
+        std::error_code none;
+        if (std::filesystem::equivalent(path, source, none)) {
+            problem = path + " is not written over: it is what is shown";
+        } else if (problem.empty() && !path.empty()) {
+            problem = write(path, content);
+        }
+    }
+    return problem;
 }
 
 void tell(const char* name, const std::string& text) {
@@ -94,18 +117,18 @@ int fail(const std::string& problem) {
 
 } // namespace
 
-int warm(const std::string& dump, Map map, const std::string& picture) {
-    const std::string device = platform::path(std::string("dev/") + WarmAreaDevice);
-    const Mapping mapping = mapForReading(dump.empty() ? device : dump, sizeof(WarmArea));
+int warm(const WarmRequest& request) {
+    const bool isDump = !request.dump.empty();
+    const std::string source =
+        isDump ? request.dump : platform::path(std::string("dev/") + WarmAreaDevice);
+    const Mapping mapping = mapForReading(source, sizeof(WarmArea));
     if (mapping.memory == nullptr) {
         return fail(mapping.problem);
     }
     // A copy, because others may write to it meanwhile.
     const auto area = std::make_unique<WarmArea>(*static_cast<const WarmArea*>(mapping.memory));
-    if (map == Map::Svg && !writePicture(*area, picture)) {
-        return fail(picture + " cannot be written: " + std::strerror(errno));
-    }
-    return show(*area, map, !dump.empty());
+    const std::string problem = writeFiles(*area, source, request);
+    return problem.empty() ? show(*area, request.map, isDump) : fail(problem);
 }
 
 } // namespace bspinfo

@@ -23,7 +23,7 @@ using Arguments = std::span<char* const>;
 
 constexpr const char* Usage = "Usage: bspinfo [--format=text|shell|json] [--explain] [FIELD...]\n"
                               "       bspinfo [--format=text|shell|json] --software [IMAGE...]\n"
-                              "       bspinfo warm [--map[=FILE.svg]] [DUMP]\n"
+                              "       bspinfo warm [--map[=FILE.svg]] [--save=FILE] [DUMP]\n"
                               "       bspinfo clock CONFIGURATION\n"
                               "       bspinfo --help\n";
 
@@ -97,23 +97,33 @@ int tellSoftware(const Request& request, Arguments images) {
     return statusOf(answers);
 }
 
-constexpr option WarmOptions[] = {{"map", optional_argument, nullptr, 'm'}, {}};
+constexpr option WarmOptions[] = {
+    {"map", optional_argument, nullptr, 'm'},
+    {"save", required_argument, nullptr, 's'},
+    {},
+};
 
 int runWarm(int argc, char** argv) {
-    Map map = Map::None;
-    std::string picture;
+    WarmRequest request;
     for (int choice = 0; (choice = getopt_long(argc, argv, "", WarmOptions, nullptr)) != -1;) {
-        if (choice != 'm') { // it has told why
+        switch (choice) {
+        case 'm':
+            request.picture = optarg != nullptr ? optarg : "";
+            request.map = optarg != nullptr ? Map::Svg : Map::Text;
+            break;
+        case 's':
+            request.saved = optarg;
+            break;
+        default: // it has told why
             std::fputs(Usage, stderr);
             return WrongUsage;
         }
-        picture = optarg != nullptr ? optarg : "";
-        map = optarg != nullptr ? Map::Svg : Map::Text;
     }
     if (argc - optind > 1) {
         return refuse("wanted is one dump", argv[optind + 1]);
     }
-    return warm(optind < argc ? argv[optind] : "", map, picture);
+    request.dump = optind < argc ? argv[optind] : "";
+    return warm(request);
 }
 
 constexpr option Options[] = {
