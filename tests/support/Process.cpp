@@ -57,6 +57,12 @@ Outcome Child::wait() {
     return {code, takeContent(m_out), takeContent(m_err)};
 }
 
+std::string logOf(const std::function<void()>& body) {
+    const Outcome outcome = inChild(body);
+    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+    return outcome.err;
+}
+
 void execute(const Words& command, const Words& launcher) {
     std::istringstream emulator(BSP_EMULATOR);
     Words words = launcher;

@@ -40,6 +40,9 @@ inline Outcome inChild(const std::function<void()>& body) {
     return Child(body).wait();
 }
 
+/// What `body` logs, to its end in a child, where all that it expects has to hold.
+std::string logOf(const std::function<void()>& body);
+
 using Words = std::vector<std::string>;
 
 /// Becomes the program, which `launcher` starts and, for another machine's programs, the emulator.

@@ -58,19 +58,13 @@ std::string area(const std::string& blocks) {
     return bytes;
 }
 
-std::string run(const std::function<void()>& client) {
-    const Outcome outcome = inChild(client);
-    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
-    return outcome.err;
-}
-
 const std::string Alarms = block("ALARMS", std::string(1520, '\xa5'));
 const std::string Longest = block("exactly15bytes!", "x");
 
 TEST(Golden, AreaOfAnEarlierRunIsFoundAndExtended) {
     unit::restart(unit::Warm, area(slot("\x2a\1\0\0") + Alarms + Longest));
     unit::writeFile(SyncArea, freshSyncArea());
-    run([] {
+    logOf([] {
         EXPECT_EQ(Bsp_getSlotId(), 0x12a);
         const Object alarms("ALARMS", 1520);
         EXPECT_EQ(std::string(static_cast<char*>(alarms.data), 1520), std::string(1520, '\xa5'));
@@ -95,7 +89,7 @@ TEST(Golden, ColdRestartLeavesTheSlotAloneInAnAreaOfZeroes) {
     for (const std::size_t size : {std::size_t{7}, Abi.syncAreaSize + 1, std::size_t{9999}}) {
         unit::restart(unit::Cold, unit::noise(32768));
         unit::writeFile(SyncArea, unit::noise(size));
-        run([] {
+        logOf([] {
             EXPECT_EQ(Bsp_getSlotId(), -1);
             EXPECT_TRUE(unit::readFile(SyncArea) == freshSyncArea());
         });
@@ -116,19 +110,19 @@ TEST(Slot, IsSharedAndSurvivesAWarmRestartOnly) {
     const auto use = [] {
         EXPECT_EQ(Bsp_getSlotId(), -1);
         Bsp_setSlotId(7);
-        EXPECT_EQ(inChild([] { EXPECT_EQ(Bsp_getSlotId(), 7); }).status, 0);
+        logOf([] { EXPECT_EQ(Bsp_getSlotId(), 7); });
     };
     EXPECT_EQ(
-        recordsIn(run(use)), Retrieved + "5 WarmSlot(): The slotId from WARM reset is: -1\n"
-                                         "6 get(): SlotId is: -1\n"
-                                         "5 set(): Setting slotId to: 7\n");
+        recordsIn(logOf(use)), Retrieved + "5 WarmSlot(): The slotId from WARM reset is: -1\n"
+                                           "6 get(): SlotId is: -1\n"
+                                           "5 set(): Setting slotId to: 7\n");
     unit::restart(unit::Warm, unit::readFile(unit::WarmArea));
     EXPECT_EQ(
-        recordsIn(run([] { EXPECT_EQ(Bsp_getSlotId(), 7); })),
+        recordsIn(logOf([] { EXPECT_EQ(Bsp_getSlotId(), 7); })),
         Retrieved + "5 WarmSlot(): The slotId from WARM reset is: 7\n6 get(): SlotId is: 7\n");
     unit::restart(unit::Cold, unit::readFile(unit::WarmArea));
     EXPECT_EQ(
-        recordsIn(run([] { EXPECT_EQ(Bsp_getSlotId(), -1); })),
+        recordsIn(logOf([] { EXPECT_EQ(Bsp_getSlotId(), -1); })),
         Retrieved + "5 WarmSlot(): The SLOT object was created, initializing the object contents\n"
                     "6 get(): SlotId is: -1\n");
 }
