@@ -78,7 +78,8 @@ public:
     /// `created` tells who made the object, which is all zeroes then, and not that anybody has
     /// filled it: another process may read it before its creator has filled it, and a creator that
     /// dies leaves the zeroes to everybody. So whoever gets the object looks, with the sync object
-    /// locked, whether a marker in it says that it is filled, and else fills it, the marker last.
+    /// locked, whether a marker in it says that it is filled, and else fills it, the marker last:
+    /// see examples/event-log.cpp.
     bool getObjectData(
         const std::string& blockName, void** data, unsigned objectSize, std::mutex** syncObject,
         bool& created);
