@@ -283,8 +283,7 @@ TEST(KernelRState, TheLastDescriptorLeavesNoFileBehind) {
     close(static_cast<int>(left));
     const rlimit limit = {left + 1, left + 1};
     ASSERT_EQ(close(STDIN_FILENO) + setrlimit(RLIMIT_NOFILE, &limit), 0);
-    char rState[8];
-    EXPECT_EQ(Bsp_getKernelRState(File, rState, sizeof rState), -1);
+    EXPECT_EQ(Bsp_getKernelRState(File, Buffer, 8), -1);
     EXPECT_FALSE(std::filesystem::exists(TemporaryFile));
 }
 

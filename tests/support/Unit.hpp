@@ -50,11 +50,11 @@ inline void restart(Restart cause, std::string_view area) {
 
 /// As many bytes of it, over and over.
 inline std::string repeat(const std::string& text, std::size_t size) {
-    std::string result(size, '\0');
-    for (std::size_t i = 0; i < size; ++i) {
-        result[i] = text[i % text.size()];
+    std::string result;
+    while (result.size() < size) {
+        result += text;
     }
-    return result;
+    return result.substr(0, size);
 }
 
 /// What power-on leaves in a warm area: noise, but repeatable.

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -77,10 +78,9 @@ void expectWholeObjects(std::string_view bytes) {
 
 // In which this process could have run: a busy machine's doing, not the layer's.
 std::chrono::nanoseconds timeWithoutProcessor() {
-    std::int64_t ran = 0;
-    std::int64_t waited = 0;
-    std::ifstream("/proc/self/schedstat") >> ran >> waited;
-    return std::chrono::nanoseconds(waited);
+    std::array<std::int64_t, 2> ranAndWaited{};
+    std::ifstream("/proc/self/schedstat") >> ranAndWaited[0] >> ranAndWaited[1];
+    return std::chrono::nanoseconds(ranAndWaited[1]);
 }
 
 // A new process works at once, on objects that are known, whole, there once and without a hole.

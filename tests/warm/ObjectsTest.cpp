@@ -79,9 +79,7 @@ TEST_F(Objects, LimitsAreRefusedBeforeAnythingIsTouched) {
         auto* sync = reinterpret_cast<std::mutex*>(&data);
         bool created = true;
         EXPECT_FALSE(database().getObjectData(name, &data, size, &sync, created));
-        EXPECT_EQ(data, nullptr);
-        EXPECT_EQ(sync, nullptr);
-        EXPECT_FALSE(created);
+        EXPECT_TRUE(data == nullptr && sync == nullptr && !created);
         EXPECT_EQ(database().getObjectSyncPointer(name) == nullptr, name != "A");
         const std::string refusal = "1 validateObject(): Error: " + message + "\n";
         expectRecords(refusal + refusal);

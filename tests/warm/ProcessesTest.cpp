@@ -12,7 +12,6 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -101,8 +100,7 @@ TEST_F(Clients, OperationsWaitForAStoppedHolderThroughSignals) {
             action.sa_handler = [](int) {
             };
             sigaction(SIGALRM, &action, nullptr); // without SA_RESTART
-            const itimerval every = {{0, 500}, {0, 500}};
-            setitimer(ITIMER_REAL, &every, nullptr);
+            ualarm(500, 500);
             operation();
         };
         Child holder([] {

@@ -107,10 +107,6 @@ void mountShm(unsigned long flags, const char* options) {
     ASSERT_EQ(mount("none", "/dev/shm", "tmpfs", flags, options), 0);
 }
 
-void fillShm() {
-    unit::writeFile("/dev/shm/filler", std::string(4096, 'x'));
-}
-
 const std::string Area = "Error during initialization of warm area";
 const std::string NoArea = "1 memoryMapTheDatabase(): " + Area;
 const std::string NoCause = "1 clearDatabaseIfColdRestart(): " + Area;
@@ -141,13 +137,13 @@ const Fault Faults[] = {
     {[] { mountShm(MS_RDONLY, nullptr); }, noneOf("Read-only file system\n")},
     {[] {
          mountShm(0, "size=4k,nr_inodes=100");
-         fillShm();
+         unit::writeFile("/dev/shm/filler", std::string(4096, 'x'));
      },
      noneOf("No space left on device\n")},
     {[] { // a lock that exists can be opened also where none could be created
          mountShm(0, "size=8k,nr_inodes=100");
          sem_close(sem_open("/DtcmDbSharedSem", O_CREAT | O_EXCL, 0666, 1));
-         fillShm();
+         unit::writeFile("/dev/shm/filler", std::string(4096, 'x'));
      },
      NoRecord + "No space left on device\n" + NoSync + "No space left on device\n"},
     {[] { std::filesystem::create_directory(SyncFile); }, NoSync + "Invalid argument\n"},
