@@ -1,7 +1,7 @@
 // Keeps the unit's last events over warm restarts, adds some and shows all: event-log [EVENT...]
 //
-// Any number of processes may run this at once, and each may be killed anywhere: an event that was
-// just being added is lost then, and none else.
+// Any number of processes may run this at once. One that is killed while it adds an event loses
+// that event at most.
 #include "bsp/WarmDatabase.hpp"
 
 #include <algorithm>
@@ -20,14 +20,15 @@ using os::bsp::dtcm::WarmDatabase;
 // A new object is all zeroes, so the marker is something else: the number of this format.
 constexpr std::uint32_t Filled = 1;
 
-constexpr std::uint32_t Kept = 23; // events, the last ones
+constexpr std::uint32_t Places = 23;
+constexpr std::uint32_t Kept = Places - 1; // in the place behind them one may be half written
 
 using Event = std::array<char, 64>; // cut there, the rest is zeroes
 
 struct EventLog {
     std::uint32_t marker;
     std::uint32_t count; // of all events since the last cold restart
-    std::array<Event, Kept> events;
+    std::array<Event, Places> events;
 };
 
 static_assert(sizeof(EventLog) <= os::bsp::dtcm::MaxObjectSize);
@@ -38,7 +39,7 @@ void store(std::uint32_t& place, std::uint32_t value) {
 }
 
 void add(EventLog& log, std::string_view text) {
-    Event& event = log.events[log.count % Kept];
+    Event& event = log.events[log.count % Places];
     event.fill('\0');
     text.copy(event.data(), event.size());
     store(log.count, log.count + 1);
@@ -47,7 +48,7 @@ void add(EventLog& log, std::string_view text) {
 void show(const EventLog& log) {
     const auto kept = std::min(log.count, Kept);
     for (std::uint32_t number = log.count - kept; number < log.count; ++number) {
-        const Event& event = log.events[number % Kept];
+        const Event& event = log.events[number % Places];
         const std::string_view text(event.data(), strnlen(event.data(), event.size()));
         std::cout << number + 1 << ' ' << text << '\n';
     }

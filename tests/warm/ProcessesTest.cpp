@@ -61,7 +61,14 @@ TEST(Processes, RaceForFirstCreationHasOneWinner) {
 
 // Whether `operation` waits for a lock held here until it is given back, and then ends well.
 bool waits(const std::function<void()>& operation, const std::function<void()>& giveBack) {
-    Child child(operation);
+    sharedCount() = 0;
+    Child child([&] {
+        ++sharedCount();
+        operation();
+    });
+    while (sharedCount() == 0) {
+        std::this_thread::yield();
+    }
     std::this_thread::sleep_for(30ms);
     const bool waiting = waitpid(child.pid(), nullptr, WNOHANG) == 0;
     giveBack();

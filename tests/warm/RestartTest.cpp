@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <exception>
 #include <stdexcept>
 
 #include <dlfcn.h>

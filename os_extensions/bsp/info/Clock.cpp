@@ -6,6 +6,7 @@
 #include "Printable.hpp"
 #include "Stream.hpp"
 
+#include <array>
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
@@ -26,13 +27,18 @@ std::string counted(std::size_t count, const char* one, const char* many) {
     return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
-// As compilers tell it.
-void tellProblem(const std::string& file, const ClockConfig& config, const std::string& problem) {
-    std::printf("%s:%zu:%zu: %s", file.c_str(), config.line, config.column, problem.c_str());
-    if (!config.token.empty()) { // as it is after a read error
-        std::printf(": %s", printable(config.token.substr(0, ShownCharacters)).c_str());
+// As compilers tell it. The exit status, too.
+int tellProblem(
+    const std::string& name, std::FILE* file, const ClockConfig& config,
+    const std::string& problem) {
+    if (std::ferror(file) != 0) {
+        std::fprintf(stderr, "bspinfo: %s: %s\n", name.c_str(), problem.c_str());
+        return 2;
     }
-    std::puts("");
+    std::printf(
+        "%s:%zu:%zu: %s: %s\n", name.c_str(), config.line, config.column, problem.c_str(),
+        printable(config.token.substr(0, ShownCharacters)).c_str());
+    return 1;
 }
 
 bool somethingFollows(std::FILE* file) {
@@ -53,11 +59,13 @@ std::string describeRest(std::FILE* file, std::size_t left) {
 }
 
 void tellContent(const std::string& name, std::FILE* file, const ClockConfig& config) {
-    const std::string numbers = counted(config.size, "number", "numbers");
+    const std::string numbers = config.size == 1
+                                    ? "1 number, for register " + std::to_string(First)
+                                    : std::to_string(config.size) + " numbers, for registers " +
+                                          std::to_string(First) + " to " +
+                                          std::to_string(First + config.size - 1);
     const std::string rest = describeRest(file, config.bytes.size() - config.size);
-    std::printf(
-        "%s: %s, for registers %zu to %zu%s\n", name.c_str(), numbers.c_str(), First,
-        First + config.size - 1, rest.c_str());
+    std::printf("%s: %s%s\n", name.c_str(), numbers.c_str(), rest.c_str());
 }
 
 // Empty, with errno set, when it cannot be read.
@@ -73,9 +81,11 @@ std::optional<Registers> readChip(std::size_t size) {
 int compare(const ClockConfig& config) {
     const auto chip = readChip(config.size);
     if (!chip) {
-        const int error = errno;
-        std::printf("%s cannot be read: %s\n", clock_chip::DeviceName, std::strerror(error));
-        return error == ENOENT ? 0 : 2;
+        const bool isThere = errno != ENOENT;
+        std::fprintf(
+            isThere ? stderr : stdout, "%s%s cannot be read: %s\n", isThere ? "bspinfo: " : "",
+            clock_chip::DeviceName, std::strerror(errno));
+        return isThere ? 2 : 0;
     }
     std::size_t different = 0;
     for (std::size_t i = 0; i < config.size; ++i) {
@@ -99,8 +109,7 @@ int clock(const std::string& configuration) {
     }
     ClockConfig config;
     if (const std::string problem = readClockConfig(file.get(), config); !problem.empty()) {
-        tellProblem(configuration, config, problem);
-        return std::ferror(file.get()) != 0 ? 2 : 1;
+        return tellProblem(configuration, file.get(), config, problem);
     }
     if (config.size == 0) {
         std::printf("%s: no numbers; all registers stay as they are\n", configuration.c_str());

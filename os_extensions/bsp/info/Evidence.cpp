@@ -1,5 +1,6 @@
 #include "Evidence.hpp"
 
+#include "Printable.hpp"
 #include "QorConfig.hpp"
 #include "ResetSource.hpp"
 #include "bsp/Bsp.h"
@@ -13,16 +14,6 @@ namespace {
 
 using namespace os::bsp;
 using std::to_string;
-
-std::string hexadecimal(const EepromBytes& bytes) {
-    std::string text;
-    for (std::size_t i = 0; i < QorHwCode().words.size(); ++i) {
-        constexpr const char* Digits = "0123456789abcdef";
-        text += text.empty() ? "" : " ";
-        text += {Digits[bytes[i] / 16], Digits[bytes[i] % 16]};
-    }
-    return text;
-}
 
 std::string words() {
     std::string text;
@@ -73,7 +64,7 @@ std::string eepromProblem() {
 
 Answers unit() {
     EepromBytes bytes{};
-    const Answer eeprom = readEeprom(bytes) == 0 ? Answer{State::Known, hexadecimal(bytes)}
+    const Answer eeprom = readEeprom(bytes) == 0 ? Answer{State::Known, hexadecimal(std::as_bytes(std::span(bytes)).first(QorHwCode().words.size()))}
                                                  : Answer{State::Unreadable, eepromProblem()};
     return {
         {"eeprom", eeprom},

@@ -1,5 +1,7 @@
 #include "Formats.hpp"
 
+#include "Printable.hpp"
+
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
@@ -22,7 +24,7 @@ std::string line(std::string_view name, std::string_view text) {
 void printText(const Answers& answers) {
     for (const auto& [name, answer] : answers) {
         const std::string evidence = answer.evidence.empty() ? "" : " (" + answer.evidence + ")";
-        std::puts(line(name, answer.text + evidence).c_str());
+        std::puts(printable(line(name, answer.text + evidence)).c_str());
     }
 }
 
@@ -43,7 +45,7 @@ void printShell(const Answers& answers) {
         const bool known = answer.state == State::Known;
         std::printf("%s=%s\n", variable.c_str(), shellQuoted(known ? answer.text : "").c_str());
         if (!known) {
-            std::fprintf(stderr, "bspinfo: %s: %s\n", name.c_str(), answer.text.c_str());
+            std::fprintf(stderr, "bspinfo: %s: %s\n", name.c_str(), printable(answer.text).c_str());
         }
     }
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
+#include <span>
 #include <string>
 
 namespace bspinfo {
@@ -14,6 +16,18 @@ inline bool isPrintable(char byte) {
 inline std::string printable(std::string text) {
     std::replace_if(
         text.begin(), text.end(), [](char byte) { return !isPrintable(byte); }, '?');
+    return text;
+}
+
+/// The bytes in two digits each, with blanks between.
+inline std::string hexadecimal(std::span<const std::byte> bytes) {
+    std::string text;
+    for (const std::byte byte : bytes) {
+        constexpr const char* Digits = "0123456789abcdef";
+        const auto value = std::to_integer<unsigned>(byte);
+        text += text.empty() ? "" : " ";
+        text += {Digits[value / 16], Digits[value % 16]};
+    }
     return text;
 }
 

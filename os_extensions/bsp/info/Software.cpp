@@ -1,5 +1,6 @@
 #include "Software.hpp"
 
+#include "FileDescriptor.hpp"
 #include "bsp/Bsp.h"
 
 #include <algorithm>
@@ -7,7 +8,6 @@
 #include <cstring>
 
 #include <fcntl.h>
-#include <unistd.h>
 
 namespace bspinfo {
 namespace {
@@ -20,12 +20,10 @@ using Text = char[32];
 
 // Whether it can be opened at all; the layer's functions do not tell why they could not.
 Answer openable(const char* image) {
-    const int fd = open(image, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd == -1) {
-        return {State::Unreadable, std::string(image) + " cannot be read: " + std::strerror(errno)};
+    if (posix::FileDescriptor::own(open(image, O_RDONLY | O_NONBLOCK | O_CLOEXEC))) {
+        return {State::Known, ""};
     }
-    close(fd);
-    return {State::Known, ""};
+    return {State::Unreadable, std::string(image) + " cannot be read: " + std::strerror(errno)};
 }
 
 Answer kernelRevision(const char* image) {

@@ -12,9 +12,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <memory>
-#include <utility>
+#include <vector>
 
 namespace bspinfo {
 namespace {
@@ -22,16 +21,6 @@ namespace {
 using namespace os::bsp::dtcm;
 
 constexpr std::size_t ShownBytes = 8;
-
-std::string hexadecimal(const std::byte* bytes, std::size_t count) {
-    std::string text;
-    for (std::size_t i = 0; i < count; ++i) {
-        constexpr const char* Digits = "0123456789abcdef";
-        const auto byte = std::to_integer<unsigned>(bytes[i]);
-        text += {' ', Digits[byte / 16], Digits[byte % 16]};
-    }
-    return text;
-}
 
 void showCells(const WarmArea& area, const std::vector<std::string>& mutexes) {
     std::printf("cell  %-16s %-27s data\n", "name", "mutex");
@@ -41,13 +30,14 @@ void showCells(const WarmArea& area, const std::vector<std::string>& mutexes) {
         std::printf(
             "%4zu  %-16s %-27s%s\n", i + 1, printable(std::string(nameOf(block))).c_str(),
             mutexes.empty() ? "-" : mutexes[i].c_str(),
-            free ? " free" : hexadecimal(block.data, ShownBytes).c_str());
+            free ? " free" : (" " + hexadecimal({block.data, ShownBytes})).c_str());
     }
 }
 
-// Empty, or what went wrong.
+// To a new file: nothing that lies there, be it a device, is written over. Empty, or what went
+// wrong.
 std::string write(const std::string& path, std::string_view content) {
-    const posix::Stream file(std::fopen(path.c_str(), "we"));
+    const posix::Stream file(std::fopen(path.c_str(), "wxe"));
     const bool done =
         file != nullptr &&
         std::fwrite(content.data(), 1, content.size(), file.get()) == content.size() &&
@@ -55,19 +45,13 @@ std::string write(const std::string& path, std::string_view content) {
     return done ? "" : path + " cannot be written: " + std::strerror(errno);
 }
 
-std::string writeFiles(
-    const WarmArea& area, const std::string& source, const WarmRequest& request) {
-    const std::pair<std::string, std::string> files[] = {
-        {request.saved, {reinterpret_cast<const char*>(&area), sizeof area}},
-        {request.picture, drawSvg(area)}};
+std::string writeFiles(const WarmArea& area, const WarmRequest& request) {
     std::string problem;
-    for (const auto& [path, content] : files) {
-        std::error_code none;
-        if (std::filesystem::equivalent(path, source, none)) {
-            problem = path + " is not written over: it is what is shown";
-        } else if (problem.empty() && !path.empty()) {
-            problem = write(path, content);
-        }
+    if (!request.saved.empty()) {
+        problem = write(request.saved, {reinterpret_cast<const char*>(&area), sizeof area});
+    }
+    if (problem.empty() && request.map == Map::Svg) {
+        problem = write(request.picture, drawSvg(area));
     }
     return problem;
 }
@@ -119,15 +103,14 @@ int fail(const std::string& problem) {
 
 int warm(const WarmRequest& request) {
     const bool isDump = !request.dump.empty();
-    const std::string source =
-        isDump ? request.dump : platform::path(std::string("dev/") + WarmAreaDevice);
-    const Mapping mapping = mapForReading(source, sizeof(WarmArea));
+    const std::string device = platform::path(std::string("dev/") + WarmAreaDevice);
+    const Mapping mapping = mapForReading(isDump ? request.dump : device, sizeof(WarmArea));
     if (mapping.memory == nullptr) {
         return fail(mapping.problem);
     }
     // A copy, because others may write to it meanwhile.
     const auto area = std::make_unique<WarmArea>(*static_cast<const WarmArea*>(mapping.memory));
-    const std::string problem = writeFiles(*area, source, request);
+    const std::string problem = writeFiles(*area, request);
     return problem.empty() ? show(*area, request.map, isDump) : fail(problem);
 }
 

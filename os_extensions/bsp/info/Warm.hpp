@@ -10,12 +10,13 @@ enum class Map { None, Text, Svg };
 struct WarmRequest {
     std::string dump;    // the unit's own area where this is empty
     Map map = Map::None; // in the place of the table
-    std::string picture; // the file that a map in SVG goes to; empty for none
-    std::string saved;   // the file that the area goes to as well; empty for none
+    std::string picture; // the new file that a map in SVG goes to
+    std::string saved;   // the new file that the area goes to as well; empty for none
 };
 
-/// Shows the warm area of the unit, with what processes share about it, or a dump of one. The
-/// result is the exit status: 0 for a sound area, 1 for another, 2 when it cannot be read.
+/// Shows the warm area of the unit, with what processes share about it, or a dump of one, once it
+/// has written the files. The result is the exit status: 0 when the run of cells is whole, 1 when
+/// it is not, 2 when the area cannot be read or a file not be written.
 int warm(const WarmRequest& request);
 
 } // namespace bspinfo

@@ -5,8 +5,11 @@
 #include "WarmImage.hpp"
 #include "WarmUsers.hpp"
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <iterator>
 
 #include <linux/futex.h>
 #include <semaphore.h>
@@ -60,7 +63,8 @@ std::string ownerOf(const pthread_mutex_t& mutex) {
 }
 
 std::string describeSemaphore() {
-    const Mapping semaphore = mapForReading(Folder + "/sem.DtcmDbSharedSem", sizeof(sem_t));
+    const Mapping semaphore =
+        mapForReading(Folder + "/sem." + (DatabaseSemaphoreName + 1), sizeof(sem_t));
     if (semaphore.memory == nullptr) {
         return semaphore.problem;
     }

@@ -54,8 +54,9 @@ std::string drawText(const WarmArea& area) {
     for (std::size_t i = 0; i < MaxNumberOfBlocks; ++i) {
         const std::string number = (i < 9 ? "0" : "") + std::to_string(i + 1);
         std::string cell = number + " " + lookOf(area.blocks[i]).mark + " " + label(area.blocks[i]);
-        cell.resize(24, ' ');
-        text += cell + (i % TextColumns == TextColumns - 1 ? "\n" : "");
+        const bool isLast = i % TextColumns == TextColumns - 1;
+        cell.resize(isLast ? cell.find_last_not_of(' ') + 1 : 24, ' ');
+        text += cell + (isLast ? "\n" : "");
     }
     return text;
 }

@@ -44,21 +44,21 @@ std::string numberAndName(const std::string& number) {
 std::string describeUsers() {
     std::error_code error;
     const std::string self = std::filesystem::read_symlink("/proc/self", error);
-    const std::filesystem::directory_iterator processes("/proc", error);
-    if (error) {
-        return "/proc cannot be read: " + error.message();
-    }
     std::string users;
     int hidden = 0;
-    for (const auto& process : processes) {
-        const std::string number = process.path().filename();
+    std::filesystem::directory_iterator process("/proc", error);
+    for (; !error && process != std::filesystem::directory_iterator(); process.increment(error)) {
+        const std::string number = process->path().filename();
         const Use use = isNumber(number) && number != self ? useOf(number) : Use::No;
         hidden += use == Use::Hidden ? 1 : 0;
         if (use == Use::Yes) {
             users += (users.empty() ? "" : ", ") + numberAndName(number);
         }
     }
-    users = users.empty() ? "no process that can be looked at" : users;
+    if (error) {
+        return "/proc cannot be read: " + error.message();
+    }
+    users = users.empty() ? "nobody" : users;
     return hidden == 0 ? users : users + " (" + std::to_string(hidden) + " may not be looked at)";
 }
 

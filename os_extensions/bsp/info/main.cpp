@@ -1,15 +1,19 @@
-/// bspinfo: what this unit is, and why. It changes nothing on the unit.
+/// bspinfo: what this unit is, and why. It changes nothing that the unit has.
 #include "Clock.hpp"
 #include "Evidence.hpp"
 #include "Fields.hpp"
 #include "Formats.hpp"
+#include "Printable.hpp"
+#include "Silence.hpp"
 #include "Software.hpp"
-#include "TolvTrace.h"
 #include "Warm.hpp"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <span>
+#include <string_view>
+#include <vector>
 
 #include <getopt.h>
 
@@ -28,8 +32,7 @@ constexpr const char* Usage = "Usage: bspinfo [--format=text|shell|json] [--expl
                               "       bspinfo --help\n";
 
 int refuse(const char* what, std::string_view word) {
-    std::fprintf(
-        stderr, "bspinfo: %s: %.*s\n%s", what, static_cast<int>(word.size()), word.data(), Usage);
+    std::fprintf(stderr, "bspinfo: %s: %s\n%s", what, printable(std::string(word)).c_str(), Usage);
     return WrongUsage;
 }
 
@@ -40,13 +43,6 @@ int showHelp() {
         std::printf("  %s\n", field.name);
     }
     return EXIT_SUCCESS;
-}
-
-// What is asked for tells what is wrong; the layer's messages would only tell it again.
-void silenceTraces() {
-    for (const char* trace : {"bsp.core", "Bsp.WarmDatabase", "bsp.networking"}) {
-        TolvTrace_setLevel(trace, 0);
-    }
 }
 
 int statusOf(const Answers& answers) {
@@ -71,18 +67,27 @@ Answer askAbout(const Field& field, bool explain) {
     return answer;
 }
 
+Answers askAbout(std::span<const Field* const> wanted, bool explain) {
+    const Silence silence;
+    Answers answers = explain ? evidence::unit() : Answers{};
+    for (const Field* const field : wanted) {
+        answers.push_back({field->name, askAbout(*field, explain)});
+    }
+    return answers;
+}
+
 int identify(const Request& request, Arguments names) {
-    Answers answers = request.explain ? evidence::unit() : Answers{};
+    std::vector<const Field*> wanted;
     for (const char* const name : names) {
-        const Field* const field = findField(name);
-        if (field == nullptr) {
+        wanted.push_back(findField(name));
+        if (wanted.back() == nullptr) {
             return refuse("there is no field of this name", name);
         }
-        answers.push_back({name, askAbout(*field, request.explain)});
     }
     for (const Field& field : names.empty() ? fields() : std::span<const Field>()) {
-        answers.push_back({field.name, askAbout(field, request.explain)});
+        wanted.push_back(&field);
     }
+    const Answers answers = askAbout(wanted, request.explain);
     request.format->print(answers);
     if (const std::string problem = evidence::eepromProblem(); !problem.empty()) {
         std::fprintf(stderr, "bspinfo: %s\n", problem.c_str());
@@ -91,8 +96,13 @@ int identify(const Request& request, Arguments names) {
     return statusOf(answers);
 }
 
+Answers askImages(Arguments images) {
+    const Silence silence;
+    return softwareRevisions(images);
+}
+
 int tellSoftware(const Request& request, Arguments images) {
-    const Answers answers = softwareRevisions(images);
+    const Answers answers = askImages(images);
     request.format->print(answers);
     return statusOf(answers);
 }
@@ -106,6 +116,9 @@ constexpr option WarmOptions[] = {
 int runWarm(int argc, char** argv) {
     WarmRequest request;
     for (int choice = 0; (choice = getopt_long(argc, argv, "", WarmOptions, nullptr)) != -1;) {
+        if (optarg != nullptr && *optarg == '\0') {
+            return refuse("wanted is the name of a file", argv[optind - 1]);
+        }
         switch (choice) {
         case 'm':
             request.picture = optarg != nullptr ? optarg : "";
@@ -122,6 +135,9 @@ int runWarm(int argc, char** argv) {
     if (argc - optind > 1) {
         return refuse("wanted is one dump", argv[optind + 1]);
     }
+    if (optind < argc && *argv[optind] == '\0') {
+        return refuse("wanted is the name of a file", "warm ''");
+    }
     request.dump = optind < argc ? argv[optind] : "";
     return warm(request);
 }
@@ -130,7 +146,6 @@ constexpr option Options[] = {
     {"format", required_argument, nullptr, 'f'},
     {"explain", no_argument, nullptr, 'e'},
     {"software", no_argument, nullptr, 's'},
-    {"help", no_argument, nullptr, 'h'},
     {},
 };
 
@@ -150,8 +165,6 @@ int runQuery(int argc, char** argv) {
         case 's':
             request.software = true;
             break;
-        case 'h':
-            return showHelp();
         default: // it has told why
             std::fputs(Usage, stderr);
             return WrongUsage;
@@ -161,17 +174,27 @@ int runQuery(int argc, char** argv) {
     return request.software ? tellSoftware(request, rest) : identify(request, rest);
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-    silenceTraces();
+int run(int argc, char** argv) {
     const std::string_view command = argc > 1 ? argv[1] : "";
+    if (std::find(argv, argv + argc, std::string_view("--help")) != argv + argc) {
+        return showHelp();
+    }
     if (command == "warm") {
-        argv[1] = argv[0]; // who complains about an option
         return runWarm(argc - 1, argv + 1);
     }
-    if (command == "clock" && argc == 3 && *argv[2] != '-') {
+    if (command == "clock" && argc == 3) {
         return bspinfo::clock(argv[2]);
     }
     return command == "clock" ? refuse("wanted is one file", command) : runQuery(argc, argv);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const int status = run(argc, argv);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        std::perror("bspinfo: standard output");
+        return static_cast<int>(State::Unreadable);
+    }
+    return status;
 }
