@@ -17,7 +17,8 @@ struct Mapping {
 };
 
 /// Maps an object of exactly this size for reading. One of another size is none, or unfinished; a
-/// device tells no size.
+/// device tells no size. A file that is cut short later ends the process that reads on, with
+/// SIGBUS.
 Mapping mapForReading(const std::string& path, std::size_t size);
 
 /// The name up to its end, even if that is noise.
