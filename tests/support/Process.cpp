@@ -87,7 +87,8 @@ std::string recordsIn(const std::string& output) {
 
 int countOf(std::string_view output, std::string_view text) {
     int count = 0;
-    for (auto at = output.find(text); at != output.npos; at = output.find(text, at + 1)) {
+    for (auto at = output.find(text); at != std::string_view::npos;
+         at = output.find(text, at + 1)) {
         ++count;
     }
     return count;

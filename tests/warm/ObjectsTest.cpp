@@ -92,7 +92,7 @@ TEST_F(Objects, FailuresOfTheFlatInterface) {
         std::array<void*, 3> data = {&data, &data, &data};
         void* sync = &sync;
         bool created = true;
-        EXPECT_EQ(Bsp_getDtcmObjectData(name, &data[0], 1, &sync, &created), -1);
+        EXPECT_EQ(Bsp_getDtcmObjectData(name, data.data(), 1, &sync, &created), -1);
         EXPECT_EQ(WarmDatabase_createObject(name, &data[1], 1), -1);
         EXPECT_EQ(Bsp_retrieveDtcmObject(name == nullptr ? "absent" : name, &data[2], 1), -1);
         EXPECT_EQ(data, (std::array<void*, 3>{}));
