@@ -15,7 +15,7 @@ struct Answer {
     State state;
     std::string text;                       // the answer, or why there is none
     std::optional<std::int64_t> value = {}; // the same as a number, where it is one
-    std::string evidence = {};              // what it rests on, where that was asked for
+    std::string evidence = {};              // what it rests on, where that is asked for
 };
 
 /// A field as it is printed: lower case, words joined by a dash.

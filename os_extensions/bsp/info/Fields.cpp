@@ -21,13 +21,16 @@ namespace {
 
 using namespace os::bsp;
 
+constexpr const char* NoRow = ", no row has that";
+
 // A query whose answers have names. What it cannot name is the value behind the last one.
 template <auto query, auto table>
 Answer named() {
     const auto value = static_cast<std::int32_t>(query());
     const std::string name = lookupName(table(), value);
     const bool known = name != table().back().name;
-    return {known ? State::Known : State::Unknown, known ? name : "unknown", value};
+    return known ? Answer{State::Known, name, value}
+                 : Answer{State::Unknown, "unknown", value, NoRow};
 }
 
 // Counts are answered for unknown hardware, too: what the layer takes for granted then.
@@ -35,8 +38,8 @@ template <auto query>
 Answer counted(bool known) {
     const std::uint32_t count = query();
     const std::string text = std::to_string(count);
-    return {
-        known ? State::Known : State::Unknown, known ? text : text + ", taken for granted", count};
+    return known ? Answer{State::Known, text, count}
+                 : Answer{State::Unknown, text + ", taken for granted", count, NoRow};
 }
 
 Answer channels() {
@@ -55,7 +58,8 @@ Answer trafficFpgaImage() {
         return static_cast<char>(std::tolower(letter));
     });
     const char* const path = getFpgaPath(key.c_str());
-    return path != nullptr ? Answer{State::Known, path} : Answer{State::Unknown, "unknown"};
+    return path != nullptr ? Answer{State::Known, path}
+                           : Answer{State::Unknown, "unknown", {}, NoRow};
 }
 
 Answer boardId() {
@@ -66,7 +70,7 @@ template <auto query>
 Answer board() {
     const std::string name = query();
     const bool known = name != "Unknown board revision";
-    return {known ? State::Known : State::Unknown, known ? name : "unknown"};
+    return known ? Answer{State::Known, name} : Answer{State::Unknown, "unknown", {}, NoRow};
 }
 
 // The layer calls Unknown what the register says of itself, and what it could not read.

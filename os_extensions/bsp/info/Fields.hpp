@@ -19,7 +19,8 @@ std::span<const Field> fields();
 /// Null when there is no field of this name.
 const Field* findField(std::string_view name);
 
-/// What the field's query answers; an exception of the platform's becomes an answer, too.
+/// What the field's query answers; an exception of the platform's becomes an answer, too. Its
+/// evidence tells only where the layer has no row for what the unit says.
 Answer ask(const Field& field);
 
 } // namespace bspinfo

@@ -61,8 +61,10 @@ struct Request {
 
 Answer askAbout(const Field& field, bool explain) {
     Answer answer = ask(field);
-    if (explain && answer.state != State::Unreadable) { // which tells enough by itself
-        answer.evidence = field.evidence();
+    if (!explain) {
+        answer.evidence.clear();
+    } else if (answer.state != State::Unreadable) { // which tells enough by itself
+        answer.evidence.insert(0, field.evidence());
     }
     return answer;
 }
