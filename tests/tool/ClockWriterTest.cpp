@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdarg>
 #include <functional>
 
 #include <sys/resource.h>
@@ -20,6 +21,7 @@ const char* latestBoard = Unknown;
 std::function<void()> onSecondPause = [] {
 };
 std::vector<useconds_t> pauses;
+int surplus = 0; // of the length that snprintf() answers
 
 } // namespace
 
@@ -31,6 +33,14 @@ BSP_EXPORT const char* Bsp_getBoardIdText() {
 
 BSP_EXPORT const char* Bsp_getLatestBoardIdText() {
     return latestBoard;
+}
+
+BSP_EXPORT int snprintf(char* s, std::size_t maxlen, const char* format, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = vsnprintf(s, maxlen, format, arguments);
+    va_end(arguments);
+    return s == nullptr ? length : length + surplus;
 }
 
 BSP_EXPORT int usleep(useconds_t useconds) {
@@ -130,6 +140,9 @@ TEST(ClockWriter, UnknownRevisionFallsBackToTheLatestBoard) {
     expect(-1, fallback + Error + "/dev/idt could not be opened\n");
     EXPECT_FALSE(std::filesystem::exists(Device));
     unit::writeFile(Device, chip());
+    surplus = 1;
+    expect(-1, fallback + Error + "Failed to create string with idt config file path\n");
+    surplus = 0;
     unit::writeFile("/etc/idt_TK5452_XPIC.conf", "1");
     expect(0, fallback + Identified + Notice + "Completed successfully for TK5452_XPIC\n");
 }
