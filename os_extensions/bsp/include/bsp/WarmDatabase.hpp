@@ -103,6 +103,8 @@ public:
     void logNamesOfUsedBlocks() const;
 
 private:
+    friend class Objects;
+
     WarmDatabase();
     ~WarmDatabase();
 

@@ -1,3 +1,5 @@
+#include "Objects.hpp"
+
 #include "ColdRestart.hpp"
 #include "DatabaseLog.hpp"
 #include "Layout.hpp"
@@ -37,14 +39,14 @@ private:
     DatabaseLock::Hold m_hold;
 };
 
-bool hasZero(const std::string& name) {
-    return std::any_of(name.begin(), name.end(), [](char byte) { return byte == '\0'; });
+bool hasZero(std::string_view name) {
+    return name.find('\0') != std::string_view::npos;
 }
 
 /// A name as a block holds it. Words are compared faster than bytes.
 class NameField {
 public:
-    explicit NameField(const std::string& name) {
+    explicit NameField(std::string_view name) {
         name.copy(reinterpret_cast<char*>(m_words.data()), MaxBlockNameLength);
     }
 
@@ -65,10 +67,10 @@ private:
 // inlined: the name's words would be read right behind the bytes that they are copied from, and be
 // waited for.
 [[gnu::noinline]] Place scan(WarmArea& area, const NameField& name) {
-    for (std::size_t i = 0; i < MaxNumberOfBlocks; ++i) {
-        const bool found = name.isOf(area.blocks[i]);
-        if (found || area.blocks[i].name[0] == '\0') {
-            return {i, found};
+    for (const Block& block : area.blocks) {
+        const bool found = name.isOf(block);
+        if (found || block.name[0] == '\0') {
+            return {static_cast<std::size_t>(&block - area.blocks), found};
         }
     }
     return {MaxNumberOfBlocks, false};
@@ -76,13 +78,13 @@ private:
 
 // The functions that people know make up getObjectData(), too: it reports in their names.
 
-void reportRetrieved(const std::string& name, const Place& place, unsigned objectSize) {
+void reportRetrieved(std::string_view name, const Place& place, unsigned objectSize) {
     BSP_LOG_AT(
         databaseLog(), 5, __LINE__, "retrieveObject", "Retrieved object ", name, " from block ",
         place.number(), ". Size of object is ", objectSize);
 }
 
-void reportCreated(const std::string& name, const Place& place, unsigned objectSize) {
+void reportCreated(std::string_view name, const Place& place, unsigned objectSize) {
     if (!place.exists()) {
         BSP_LOG_AT(databaseLog(), 1, __LINE__, "createObject", "Error: DTCM is out of space.");
         return;
@@ -92,7 +94,7 @@ void reportCreated(const std::string& name, const Place& place, unsigned objectS
         place.number(), ". Size of object is ", objectSize);
 }
 
-std::mutex* syncObjectOf(std::byte* syncArea, const std::string& name, const Place& place) {
+std::mutex* syncObjectOf(std::byte* syncArea, std::string_view name, const Place& place) {
     BSP_LOG_AT(
         databaseLog(), 5, __LINE__, "getObjectSyncPointer", "Sync object for ", name,
         " found for block ", place.number());
@@ -101,7 +103,7 @@ std::mutex* syncObjectOf(std::byte* syncArea, const std::string& name, const Pla
 
 } // namespace
 
-bool WarmDatabase::validateObject(const std::string& blockName, unsigned objectSize) {
+bool Objects::validateObject(std::string_view blockName, unsigned objectSize) {
     if (blockName.empty()) {
         BSP_LOG(databaseLog(), 1, "Error: blockName is empty");
         return false;
@@ -125,17 +127,17 @@ bool WarmDatabase::validateObject(const std::string& blockName, unsigned objectS
     return true;
 }
 
-bool WarmDatabase::createObject(
-    const std::string& blockName, void** data, unsigned objectSize, bool lockDatabase) {
+bool Objects::createObject(
+    std::string_view blockName, void** data, unsigned objectSize, bool lockDatabase) {
     *data = nullptr;
     if (!validateObject(blockName, objectSize)) {
         return false;
     }
-    WarmArea& area = warmArea(m_mappedMemory);
+    WarmArea& area = warmArea(m_database.m_mappedMemory);
     const NameField name(blockName);
     Place place{};
     {
-        const Guard guard(*this, lockDatabase);
+        const Guard guard(m_database, lockDatabase);
         place = scan(area, name);
         if (place.exists()) {
             area.blocks[place.index].become(blockName);
@@ -152,17 +154,17 @@ bool WarmDatabase::createObject(
     return place.exists();
 }
 
-bool WarmDatabase::retrieveObject(
-    const std::string& blockName, void** data, unsigned objectSize, bool lockDatabase) {
+bool Objects::retrieveObject(
+    std::string_view blockName, void** data, unsigned objectSize, bool lockDatabase) {
     *data = nullptr;
     if (!validateObject(blockName, objectSize)) {
         return false;
     }
-    WarmArea& area = warmArea(m_mappedMemory);
+    WarmArea& area = warmArea(m_database.m_mappedMemory);
     const NameField name(blockName);
     Place place{};
     {
-        const Guard guard(*this, lockDatabase);
+        const Guard guard(m_database, lockDatabase);
         place = scan(area, name);
     }
     if (!place.found) {
@@ -173,16 +175,16 @@ bool WarmDatabase::retrieveObject(
     return true;
 }
 
-std::mutex* WarmDatabase::getObjectSyncPointer(const std::string& blockName) {
+std::mutex* Objects::getObjectSyncPointer(std::string_view blockName) {
     if (blockName.empty() || blockName.size() > MaxBlockNameLength || hasZero(blockName)) {
         return nullptr;
     }
-    const Place place = scan(warmArea(m_mappedMemory), NameField(blockName));
-    return place.found ? syncObjectOf(m_blockSync, blockName, place) : nullptr;
+    const Place place = scan(warmArea(m_database.m_mappedMemory), NameField(blockName));
+    return place.found ? syncObjectOf(m_database.m_blockSync, blockName, place) : nullptr;
 }
 
-bool WarmDatabase::getObjectData(
-    const std::string& blockName, void** data, unsigned objectSize, std::mutex** syncObject,
+bool Objects::getObjectData(
+    std::string_view blockName, void** data, unsigned objectSize, std::mutex** syncObject,
     bool& created) {
     *data = nullptr;
     *syncObject = nullptr;
@@ -191,11 +193,11 @@ bool WarmDatabase::getObjectData(
         // The search has refused it; so does the creation, with the same message.
         return validateObject(blockName, objectSize);
     }
-    WarmArea& area = warmArea(m_mappedMemory);
+    WarmArea& area = warmArea(m_database.m_mappedMemory);
     const NameField name(blockName);
     Place place{};
     {
-        const Guard guard(*this);
+        const Guard guard(m_database);
         place = scan(area, name);
         if (!place.found && place.exists()) {
             area.blocks[place.index].become(blockName);
@@ -211,8 +213,34 @@ bool WarmDatabase::getObjectData(
     }
     created = !place.found;
     *data = area.blocks[place.index].data;
-    *syncObject = syncObjectOf(m_blockSync, blockName, place);
+    *syncObject = syncObjectOf(m_database.m_blockSync, blockName, place);
     return true;
+}
+
+// Each is the operation on its own name's bytes.
+
+bool WarmDatabase::validateObject(const std::string& blockName, unsigned objectSize) {
+    return Objects::validateObject(blockName, objectSize);
+}
+
+bool WarmDatabase::createObject(
+    const std::string& blockName, void** data, unsigned objectSize, bool lockDatabase) {
+    return Objects(*this).createObject(blockName, data, objectSize, lockDatabase);
+}
+
+bool WarmDatabase::retrieveObject(
+    const std::string& blockName, void** data, unsigned objectSize, bool lockDatabase) {
+    return Objects(*this).retrieveObject(blockName, data, objectSize, lockDatabase);
+}
+
+std::mutex* WarmDatabase::getObjectSyncPointer(const std::string& blockName) {
+    return Objects(*this).getObjectSyncPointer(blockName);
+}
+
+bool WarmDatabase::getObjectData(
+    const std::string& blockName, void** data, unsigned objectSize, std::mutex** syncObject,
+    bool& created) {
+    return Objects(*this).getObjectData(blockName, data, objectSize, syncObject, created);
 }
 
 } // namespace os::bsp::dtcm
