@@ -292,7 +292,7 @@ TEST(Death, AtRandomMomentsLosesNothing) {
     const char* const minutes = std::getenv("BSP_SOAK_MINUTES");
     const auto end = std::chrono::steady_clock::now() +
                      std::chrono::minutes(minutes != nullptr ? atoi(minutes) : 0);
-    const unsigned victimsInARound = minutes != nullptr ? 50 : 2;
+    const unsigned victimsInARound = minutes != nullptr ? 8 : 2;
     std::minstd_rand random(1);
     unsigned kills = 0;
     int takeOvers = 0;
@@ -308,7 +308,7 @@ TEST(Death, AtRandomMomentsLosesNothing) {
             ++kills;
         }
         for (; !victims.empty(); victims.pop_front()) { // which kills it
-            std::this_thread::sleep_for(std::chrono::microseconds(random() % 2000));
+            std::this_thread::sleep_for(std::chrono::microseconds(random() % 1000));
         }
         const Outcome outcome = busy.wait();
         ASSERT_EQ(outcome.status, 0) << outcome.err;
