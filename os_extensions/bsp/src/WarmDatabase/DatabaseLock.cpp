@@ -171,13 +171,16 @@ void DatabaseLock::succeed() {
     store(m_record->progress, Progress::Away);
 }
 
-// This process is away from the semaphore while it sleeps: it may die in that time, but not be
-// taken for a holder.
 void DatabaseLock::takeSemaphore(Hold& hold) {
     hold.semaphore = load(m_record->progress) == Progress::Holding; // left to this process
-    if (hold.semaphore || tryTake(hold)) {
-        return;
+    if (!hold.semaphore && !tryTake(hold)) {
+        await(hold);
     }
+}
+
+// This process is away from the semaphore while it sleeps: it may die in that time, but not be
+// taken for a holder.
+void DatabaseLock::await(Hold& hold) {
     const auto begin = std::chrono::steady_clock::now();
     const bool orphan = (m_record->orphans & bitOf(m_number)) != 0;
     while (hold.error == 0 && !tryTake(hold)) {
@@ -221,11 +224,6 @@ void report(const DatabaseLock::Hold& hold) {
             databaseLog(), 1, __LINE__, "lock",
             "error in sem_wait error: ", std::strerror(hold.error));
     }
-}
-
-DatabaseLock& databaseLock() {
-    static constinit DatabaseLock lock;
-    return lock;
 }
 
 } // namespace os::bsp::dtcm

@@ -39,11 +39,13 @@ public:
     void give(const Hold& hold);
 
 private:
-    bool takeMutex(Hold& hold);
+    // Inline: what takes a lock that is free, as every look for a block does.
+    inline bool takeMutex(Hold& hold);
     void succeed();
-    void takeSemaphore(Hold& hold);
-    bool tryTake(Hold& hold);
-    void adopt(Hold& hold);
+    inline void takeSemaphore(Hold& hold);
+    inline bool tryTake(Hold& hold);
+    void await(Hold& hold);
+    inline void adopt(Hold& hold);
     void finishMaking(std::uint32_t number, bool leftBehind);
 
     RunRecord* m_record = nullptr;
@@ -58,6 +60,9 @@ int waitFor(sem_t* semaphore);
 void report(const DatabaseLock::Hold& hold);
 
 /// The process's one.
-DatabaseLock& databaseLock();
+inline DatabaseLock& databaseLock() {
+    static constinit DatabaseLock lock;
+    return lock;
+}
 
 } // namespace os::bsp::dtcm
