@@ -110,13 +110,16 @@ TEST_F(Clients, OperationsWaitForAStoppedHolderThroughSignals) {
             ualarm(500, 500);
             operation();
         };
-        Child holder([] {
+        Child holder([&] {
+            alarm(10); // or it waits for itself
             database().lock();
+            EXPECT_TRUE(database().createObject("B", &data, 1, false));
+            EXPECT_TRUE(database().retrieveObject("B", &data, 1, false));
             raise(SIGSTOP);
             database().unlock();
         });
         waitpid(holder.pid(), nullptr, WUNTRACED);
-        EXPECT_TRUE(waits(disturbed, [&] { kill(holder.pid(), SIGCONT); }))
+        ASSERT_TRUE(waits(disturbed, [&] { kill(holder.pid(), SIGCONT); }))
             << &operation - operations;
         EXPECT_EQ(holder.wait().status, 0);
         // A process that knows nothing but the semaphore is waited for as well.
