@@ -10,10 +10,15 @@
 #include "bsp/export.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <mutex>
 #include <string>
 
 #include <semaphore.h>
+
+namespace os::bsp {
+enum class ResetType : std::int32_t; // Vocabulary.hpp
+}
 
 namespace os::bsp::dtcm {
 
@@ -111,11 +116,14 @@ private:
     void memoryMapTheDatabase();
     bool initDatabaseSemaphore() const;
     void initBlockSynchronization();
+    void clearDatabaseIfColdRestart(ResetType cause) const;
+    void catchUpWithColdRestart() const;
 
     std::byte* m_mappedMemory = nullptr;
     std::byte* m_blockSync = nullptr;
     bool m_databaseSemaphoreCreated = false;
     bool m_blockSyncCreated = false;
+    bool m_mappedMemoryIsShared = false;
 };
 
 } // namespace os::bsp::dtcm

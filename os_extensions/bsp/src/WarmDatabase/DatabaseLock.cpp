@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstring>
 #include <thread>
+#include <utility>
 
 #include <fcntl.h>
 
@@ -39,9 +40,19 @@ void store(std::atomic<Value>& place, Value value) {
     place.store(value, std::memory_order_relaxed);
 }
 
-void waitAlone(sem_t* semaphore, DatabaseLock::Hold& hold) {
-    hold.error = waitFor(semaphore);
-    hold.semaphore = hold.error == 0;
+// What this thread has to give back, and to report after that.
+struct Hold {
+    bool mutex = false;
+    bool semaphore = false;
+    bool tookOver = false; // from a holder that has died
+    int error = 0;         // of a semaphore that cannot be waited for
+};
+
+[[gnu::tls_model("initial-exec")]] constinit thread_local Hold held;
+
+void waitAlone(sem_t* semaphore) {
+    held.error = waitFor(semaphore);
+    held.semaphore = held.error == 0;
 }
 
 // Never above 1: whoever was taken for dead may have posted after all.
@@ -49,6 +60,19 @@ void post(sem_t* semaphore) {
     int value = 0;
     if (sem_getvalue(semaphore, &value) == 0 && value == 0) {
         sem_post(semaphore);
+    }
+}
+
+void report(const Hold& hold) {
+    if (hold.tookOver) {
+        BSP_LOG_AT(
+            databaseLog(), 2, __LINE__, "lock",
+            "Warning: a process died with the database lock, it was taken over");
+    }
+    if (hold.error != 0) {
+        BSP_LOG_AT(
+            databaseLog(), 1, __LINE__, "lock",
+            "error in sem_wait error: ", std::strerror(hold.error));
     }
 }
 
@@ -82,11 +106,11 @@ DatabaseLock::Result DatabaseLock::openSemaphore() {
 
 // While it is being made it is noted as one that nobody may hold: so it is when this process dies,
 // or fails for want of memory with the semaphore already there.
-DatabaseLock::Result DatabaseLock::makeSemaphore(Hold& hold) {
-    const bool recorded = m_record != nullptr && takeMutex(hold);
+DatabaseLock::Result DatabaseLock::makeSemaphore() {
+    const bool recorded = m_record != nullptr && takeMutex();
     // Asked again: the number of one that is there must not change.
     if (recorded && openSemaphore() != Result::TryOther) {
-        give(hold);
+        give();
         return Result::TryOther;
     }
     const std::uint32_t number = recorded ? m_record->count + 1 : 0;
@@ -99,15 +123,15 @@ DatabaseLock::Result DatabaseLock::makeSemaphore(Hold& hold) {
     if (semaphore != SEM_FAILED) {
         m_semaphore = semaphore;
         m_number = number;
-        hold.semaphore = true;
+        held.semaphore = true;
     }
     if (recorded) {
-        finishMaking(number, !hold.semaphore && error != EEXIST);
+        finishMaking(number, !held.semaphore && error != EEXIST);
     }
-    if (hold.semaphore) {
+    if (held.semaphore) {
         return Result::Done;
     }
-    give(hold);
+    give();
     errno = error;
     return error == EEXIST ? Result::TryOther : Result::Failed;
 }
@@ -122,17 +146,18 @@ void DatabaseLock::finishMaking(std::uint32_t number, bool leftBehind) {
     }
 }
 
-void DatabaseLock::take(Hold& hold) {
-    hold = {};
-    const bool recorded = m_record != nullptr && takeMutex(hold);
+void DatabaseLock::take() {
+    held = {};
+    const bool recorded = m_record != nullptr && takeMutex();
     if (m_semaphore != nullptr && recorded) {
-        takeSemaphore(hold);
+        takeSemaphore();
     } else if (m_semaphore != nullptr) {
-        waitAlone(m_semaphore, hold);
+        waitAlone(m_semaphore);
     }
 }
 
-void DatabaseLock::give(const Hold& hold) {
+void DatabaseLock::give() {
+    const Hold hold = std::exchange(held, {});
     sem_t* const semaphore = hold.semaphore ? m_semaphore : nullptr;
     RunRecord* const record = hold.mutex ? m_record : nullptr;
     if (semaphore != nullptr && record != nullptr) {
@@ -145,17 +170,18 @@ void DatabaseLock::give(const Hold& hold) {
     if (record != nullptr) {
         pthread_mutex_unlock(&record->mutex);
     }
+    report(hold);
 }
 
-bool DatabaseLock::takeMutex(Hold& hold) {
+bool DatabaseLock::takeMutex() {
     const int result = pthread_mutex_lock(&m_record->mutex);
-    hold.tookOver = result == EOWNERDEAD;
-    hold.mutex = result == 0 || hold.tookOver;
-    if (hold.tookOver) {
+    held.tookOver = result == EOWNERDEAD;
+    held.mutex = result == 0 || held.tookOver;
+    if (held.tookOver) {
         succeed();
         pthread_mutex_consistent(&m_record->mutex);
     }
-    return hold.mutex;
+    return held.mutex;
 }
 
 // A semaphore that the dead owner held is this process's now, if it is the same one. Otherwise it
@@ -171,58 +197,45 @@ void DatabaseLock::succeed() {
     store(m_record->progress, Progress::Away);
 }
 
-void DatabaseLock::takeSemaphore(Hold& hold) {
-    hold.semaphore = load(m_record->progress) == Progress::Holding; // left to this process
-    if (!hold.semaphore && !tryTake(hold)) {
-        await(hold);
+void DatabaseLock::takeSemaphore() {
+    held.semaphore = load(m_record->progress) == Progress::Holding; // left to this process
+    if (!held.semaphore && !tryTake()) {
+        await();
     }
 }
 
 // This process is away from the semaphore while it sleeps: it may die in that time, but not be
 // taken for a holder.
-void DatabaseLock::await(Hold& hold) {
+void DatabaseLock::await() {
     const auto begin = std::chrono::steady_clock::now();
     const bool orphan = (m_record->orphans & bitOf(m_number)) != 0;
-    while (hold.error == 0 && !tryTake(hold)) {
+    while (held.error == 0 && !tryTake()) {
         std::this_thread::sleep_for(WaitingStep);
         if (orphan && std::chrono::steady_clock::now() - begin > OrphanPatience) {
-            adopt(hold);
+            adopt();
             return;
         }
     }
 }
 
-bool DatabaseLock::tryTake(Hold& hold) {
+bool DatabaseLock::tryTake() {
     store(m_record->semaphore, m_number);
     store(m_record->progress, Progress::Moving);
     if (sem_trywait(m_semaphore) == 0) {
-        adopt(hold);
+        adopt();
         return true;
     }
     const int error = errno;
     store(m_record->progress, Progress::Away);
-    hold.error = error == EAGAIN || error == EINTR ? 0 : error;
+    held.error = error == EAGAIN || error == EINTR ? 0 : error;
     return false;
 }
 
-void DatabaseLock::adopt(Hold& hold) {
+void DatabaseLock::adopt() {
     store(m_record->progress, Progress::Holding);
-    hold.semaphore = true;
+    held.semaphore = true;
     if (const std::uint32_t bit = bitOf(m_number); (load(m_record->orphans) & bit) != 0) {
         m_record->orphans &= ~bit;
-    }
-}
-
-void report(const DatabaseLock::Hold& hold) {
-    if (hold.tookOver) {
-        BSP_LOG_AT(
-            databaseLog(), 2, __LINE__, "lock",
-            "Warning: a process died with the database lock, it was taken over");
-    }
-    if (hold.error != 0) {
-        BSP_LOG_AT(
-            databaseLog(), 1, __LINE__, "lock",
-            "error in sem_wait error: ", std::strerror(hold.error));
     }
 }
 

@@ -11,41 +11,35 @@ namespace os::bsp::dtcm {
 /// that knows only the semaphore is waited for as long as it lives.
 ///
 /// Set up once, before it is used by more than one thread. Without a record it is the semaphore
-/// alone, without a semaphore the mutex alone. No operation logs or allocates, but for the two
-/// that open and make the semaphore.
+/// alone, without a semaphore the mutex alone. Nothing is logged or allocated while it is held, but
+/// by the making of the semaphore.
 class DatabaseLock {
 public:
-    /// What is to be given back, and reported after that.
-    struct Hold {
-        bool mutex = false;
-        bool semaphore = false;
-        bool tookOver = false; // from a holder that has died
-        int error = 0;         // of a semaphore that cannot be waited for
-    };
-
     enum class Result { Done, TryOther, Failed }; // Failed: with errno set
 
     void useRecord(RunRecord* record) noexcept { m_record = record; }
     RunRecord* record() const noexcept { return m_record; }
-    sem_t* semaphore() const noexcept { return m_semaphore; }
 
     /// TryOther when there is none.
     Result openSemaphore();
 
-    /// Done when this process has made it, and `hold` is the lock. TryOther when there is one.
-    Result makeSemaphore(Hold& hold);
+    /// Done when this process has made it, and this thread has taken the lock. TryOther when there
+    /// is one.
+    Result makeSemaphore();
 
-    void take(Hold& hold);
-    void give(const Hold& hold);
+    /// In the same thread, and not re-entrant. What went wrong meanwhile is logged by give(), once
+    /// the lock is free.
+    void take();
+    void give();
 
 private:
-    // Inline: what takes a lock that is free, as every look for a block does.
-    inline bool takeMutex(Hold& hold);
+    // Inline: the path of every lookup, which finds the lock free.
+    inline bool takeMutex();
     void succeed();
-    inline void takeSemaphore(Hold& hold);
-    inline bool tryTake(Hold& hold);
-    void await(Hold& hold);
-    inline void adopt(Hold& hold);
+    inline void takeSemaphore();
+    inline bool tryTake();
+    void await();
+    inline void adopt();
     void finishMaking(std::uint32_t number, bool leftBehind);
 
     RunRecord* m_record = nullptr;
@@ -55,9 +49,6 @@ private:
 
 /// Waits through signals. 0, or the number of the error that the wait ended with.
 int waitFor(sem_t* semaphore);
-
-/// What `hold` has met with; for when it has been given back.
-void report(const DatabaseLock::Hold& hold);
 
 /// The process's one.
 inline DatabaseLock& databaseLock() {

@@ -1,6 +1,5 @@
 #include "Objects.hpp"
 
-#include "ColdRestart.hpp"
 #include "DatabaseLog.hpp"
 #include "Layout.hpp"
 
@@ -20,24 +19,10 @@ struct Place {
     std::size_t number() const { return index + 1; } // as people count blocks
 };
 
-/// The database lock, unless the caller holds it. Reports when it has been given back.
-class Guard {
-public:
-    explicit Guard(const WarmDatabase& database, bool wanted = true) {
-        if (wanted) {
-            cold_restart::lock(m_hold, database);
-        }
-    }
-    ~Guard() {
-        databaseLock().give(m_hold);
-        report(m_hold);
-    }
-    Guard(const Guard&) = delete;
-    Guard& operator=(const Guard&) = delete;
-
-private:
-    DatabaseLock::Hold m_hold;
-};
+// The database lock, unless the caller holds it.
+std::unique_lock<WarmDatabase> lockUnless(bool isHeld, WarmDatabase& database) {
+    return isHeld ? std::unique_lock(database, std::defer_lock) : std::unique_lock(database);
+}
 
 bool hasZero(std::string_view name) {
     return name.find('\0') != std::string_view::npos;
@@ -138,7 +123,7 @@ bool Objects::createObject(
     const NameField name(blockName);
     Place place{};
     {
-        const Guard guard(m_database, lockDatabase);
+        const auto guard = lockUnless(!lockDatabase, m_database);
         place = scan(area, name);
         if (place.exists()) {
             area.blocks[place.index].become(blockName);
@@ -165,7 +150,7 @@ bool Objects::retrieveObject(
     const NameField name(blockName);
     Place place{};
     {
-        const Guard guard(m_database, lockDatabase);
+        const auto guard = lockUnless(!lockDatabase, m_database);
         place = scan(area, name);
     }
     if (!place.found) {
@@ -198,7 +183,7 @@ bool Objects::getObjectData(
     const NameField name(blockName);
     Place place{};
     {
-        const Guard guard(m_database);
+        const std::lock_guard guard(m_database);
         place = scan(area, name);
         if (!place.found && place.exists()) {
             area.blocks[place.index].become(blockName);

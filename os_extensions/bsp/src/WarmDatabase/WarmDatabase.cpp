@@ -1,12 +1,13 @@
 #include "bsp/WarmDatabase.hpp"
 
-#include "ColdRestart.hpp"
 #include "DDevIo.h"
+#include "DatabaseLock.hpp"
 #include "DatabaseLog.hpp"
 #include "InitError.hpp"
 #include "Layout.hpp"
 #include "ProcessShared.hpp"
 #include "SharedMemory.hpp"
+#include "bsp/ResetType.hpp"
 
 #include <cassert>
 #include <cerrno>
@@ -26,9 +27,6 @@ namespace {
 
 // A process that is forked later has a copy of the instance, but has made nothing.
 pid_t maker = 0;
-
-// Of the lock that this thread has taken with lock().
-constinit thread_local DatabaseLock::Hold held;
 
 constinit WarmArea reserveWarmArea{};
 constinit SyncArea reserveSyncArea{};
@@ -66,15 +64,20 @@ void useRunRecord() {
     databaseLock().useRecord(record);
 }
 
-DatabaseLock::Result makeSemaphore(const WarmDatabase& database) {
-    cold_restart::noteDue();
-    const ResetType cause = getResetType(); // not to be asked while the lock is held
-    DatabaseLock::Hold hold;
-    const auto result = databaseLock().makeSemaphore(hold);
-    if (result == DatabaseLock::Result::Done) {
-        cold_restart::handle(cause, hold, database);
+// What this run's processes have noted about the cold restart; null without a record, or with a
+// private area, which says nothing about the unit's own.
+std::atomic<ColdRestart>* coldRestartNote(bool areaIsShared) {
+    RunRecord* const record = areaIsShared ? databaseLock().record() : nullptr;
+    return record != nullptr ? &record->coldRestart : nullptr;
+}
+
+// From here on nobody works with the area before somebody has seen to the restart, even if this
+// process is killed or has no memory for more.
+void noteColdRestartDue(std::atomic<ColdRestart>* note) {
+    auto unasked = ColdRestart::Unasked;
+    if (note != nullptr) {
+        note->compare_exchange_strong(unasked, ColdRestart::Due);
     }
-    return result;
 }
 
 } // namespace
@@ -119,7 +122,7 @@ void WarmDatabase::memoryMapTheDatabase() {
     const DeviceMemory device = mapDevice();
     const bool shared = device.memory != nullptr;
     m_mappedMemory = shared ? device.memory : makePrivateArea(WarmAreaSize, &reserveWarmArea);
-    cold_restart::useArea(m_mappedMemory, shared);
+    m_mappedMemoryIsShared = shared;
     if (!device.opened) {
         BSP_LOG(databaseLog(), 1, InitError);
     } else if (!shared) {
@@ -130,18 +133,55 @@ void WarmDatabase::memoryMapTheDatabase() {
 
 bool WarmDatabase::initDatabaseSemaphore() const {
     using Result = DatabaseLock::Result;
-    Result opened = Result::TryOther;
-    Result made = Result::TryOther;
-    while (opened == Result::TryOther && made == Result::TryOther) {
-        opened = databaseLock().openSemaphore();
-        if (opened == Result::TryOther) {
-            made = makeSemaphore(*this);
+    Result result = Result::TryOther;
+    while (result == Result::TryOther) {
+        result = databaseLock().openSemaphore();
+        if (result == Result::TryOther) {
+            noteColdRestartDue(coldRestartNote(m_mappedMemoryIsShared));
+            const ResetType cause = getResetType(); // not to be asked while the lock is held
+            result = databaseLock().makeSemaphore();
+            if (result == Result::Done) {
+                clearDatabaseIfColdRestart(cause);
+                return true;
+            }
         }
     }
-    if (opened == Result::Failed || made == Result::Failed) {
+    if (result == Result::Failed) {
         BSP_LOG(databaseLog(), 1, "error in sem_open error: ", std::strerror(errno));
     }
-    return made == Result::Done;
+    return false;
+}
+
+// Called with the lock, which it gives back before it logs.
+void WarmDatabase::clearDatabaseIfColdRestart(ResetType cause) const {
+    auto* const note = coldRestartNote(m_mappedMemoryIsShared);
+    const bool cold = cause == ResetType::Cold;
+    const bool handled = note != nullptr && *note == ColdRestart::Handled;
+    if (cold && !handled) {
+        warmArea(m_mappedMemory).clear();
+    }
+    if (note != nullptr) {
+        *note = ColdRestart::Handled;
+    }
+    databaseLock().give();
+    BSP_LOG(
+        databaseLog(), 5,
+        !cold     ? "WARM restart, leaving database as is."
+        : handled ? "COLD restart already handled, leaving database as is."
+                  : "COLD restart, clearing database.");
+    logNamesOfUsedBlocks();
+}
+
+// For a creator of the semaphore that has died, or failed, before it saw to the restart. What fails
+// here is left to the next who takes the lock.
+void WarmDatabase::catchUpWithColdRestart() const {
+    try {
+        const ResetType cause = getResetType(); // not to be asked while the lock is held
+        databaseLock().take();
+        clearDatabaseIfColdRestart(cause);
+    } catch (...) {
+        reportCaught(databaseLog(), "clearDatabaseIfColdRestart");
+    }
 }
 
 void WarmDatabase::initBlockSynchronization() {
@@ -157,13 +197,17 @@ void WarmDatabase::initBlockSynchronization() {
 
 // NOLINTNEXTLINE(readability-make-member-function-const): as callers know it
 void WarmDatabase::lock() {
-    cold_restart::lock(held, *this);
+    databaseLock().take();
+    const auto* const note = coldRestartNote(m_mappedMemoryIsShared);
+    if (note != nullptr && note->load(std::memory_order_relaxed) == ColdRestart::Due) {
+        databaseLock().give();
+        catchUpWithColdRestart();
+        databaseLock().take();
+    }
 }
 
 void WarmDatabase::unlock() {
-    const DatabaseLock::Hold hold = held;
-    databaseLock().give(hold);
-    report(hold);
+    databaseLock().give();
 }
 
 } // namespace os::bsp::dtcm
