@@ -1,7 +1,6 @@
 /// The whole of Bsp.h but the table of boards, the row that answers for the unit's variant, and
 /// what is flat by nature: kernel, boot loader and clock chip.
 #include "WarmDatabase/DatabaseLog.hpp"
-#include "WarmDatabase/Objects.hpp"
 #include "bsp/BoardId.hpp"
 #include "bsp/Bsp.h"
 #include "bsp/Components.hpp"
@@ -16,7 +15,6 @@
 namespace {
 
 using os::bsp::dtcm::databaseLog;
-using os::bsp::dtcm::Objects;
 using os::bsp::dtcm::WarmDatabase;
 
 template <class Enumeration>
@@ -48,9 +46,8 @@ int run(const char* function, const char* blockName, void** data, Operation oper
         BSP_LOG_AT(databaseLog(), 1, __LINE__, function, "Undefined object name");
         return -1;
     }
-    return guarded(function, [&] {
-        return asResult(operation(Objects(WarmDatabase::getInstance()), blockName));
-    });
+    return guarded(
+        function, [&] { return asResult(operation(WarmDatabase::getInstance(), blockName)); });
 }
 
 } // namespace
@@ -124,23 +121,23 @@ const char* Bsp_getFpgaPath(const char* key) {
 }
 
 int WarmDatabase_createObject(const char* blockName, void** data, unsigned objectSize) {
-    return run(__func__, blockName, data, [&](Objects objects, std::string_view name) {
-        return objects.createObject(name, data, objectSize, true);
+    return run(__func__, blockName, data, [&](WarmDatabase& database, const std::string& name) {
+        return database.createObject(name, data, objectSize, true);
     });
 }
 
 int WarmDatabase_retrieveObject(const char* blockName, void** data, unsigned objectSize) {
-    return run(__func__, blockName, data, [&](Objects objects, std::string_view name) {
-        return objects.retrieveObject(name, data, objectSize, true);
+    return run(__func__, blockName, data, [&](WarmDatabase& database, const std::string& name) {
+        return database.retrieveObject(name, data, objectSize, true);
     });
 }
 
 int WarmDatabase_getObjectData(
     const char* blockName, void** data, unsigned objectSize, void** syncObject, bool* created) {
     *created = false;
-    return run(__func__, blockName, data, [&](Objects objects, std::string_view name) {
+    return run(__func__, blockName, data, [&](WarmDatabase& database, const std::string& name) {
         std::mutex* mutex = nullptr;
-        const bool there = objects.getObjectData(name, data, objectSize, &mutex, *created);
+        const bool there = database.getObjectData(name, data, objectSize, &mutex, *created);
         if (there) {
             *syncObject = mutex;
         }

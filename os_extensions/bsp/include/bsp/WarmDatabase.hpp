@@ -108,8 +108,6 @@ public:
     void logNamesOfUsedBlocks() const;
 
 private:
-    friend class Objects;
-
     WarmDatabase();
     ~WarmDatabase();
 

@@ -1,7 +1,6 @@
-#include "Objects.hpp"
-
 #include "DatabaseLog.hpp"
 #include "Layout.hpp"
+#include "bsp/WarmDatabase.hpp"
 
 #include <array>
 #include <cstdint>
@@ -89,7 +88,7 @@ std::mutex* syncObjectOf(std::byte* syncArea, std::string_view name, const Place
 
 } // namespace
 
-bool Objects::validateObject(std::string_view blockName, unsigned objectSize) {
+bool WarmDatabase::validateObject(const std::string& blockName, unsigned objectSize) {
     if (blockName.empty()) {
         BSP_LOG(databaseLog(), 1, "Error: blockName is empty");
         return false;
@@ -113,17 +112,17 @@ bool Objects::validateObject(std::string_view blockName, unsigned objectSize) {
     return true;
 }
 
-bool Objects::createObject(
-    std::string_view blockName, void** data, unsigned objectSize, bool lockDatabase) {
+bool WarmDatabase::createObject(
+    const std::string& blockName, void** data, unsigned objectSize, bool lockDatabase) {
     *data = nullptr;
     if (!validateObject(blockName, objectSize)) {
         return false;
     }
-    WarmArea& area = warmArea(m_database.m_mappedMemory);
+    WarmArea& area = warmArea(m_mappedMemory);
     const NameField name(blockName);
     Place place{};
     {
-        const auto guard = lockUnless(!lockDatabase, m_database);
+        const auto guard = lockUnless(!lockDatabase, *this);
         place = scan(area, name);
         if (place.exists()) {
             area.blocks[place.index].become(blockName);
@@ -140,17 +139,17 @@ bool Objects::createObject(
     return place.exists();
 }
 
-bool Objects::retrieveObject(
-    std::string_view blockName, void** data, unsigned objectSize, bool lockDatabase) {
+bool WarmDatabase::retrieveObject(
+    const std::string& blockName, void** data, unsigned objectSize, bool lockDatabase) {
     *data = nullptr;
     if (!validateObject(blockName, objectSize)) {
         return false;
     }
-    WarmArea& area = warmArea(m_database.m_mappedMemory);
+    WarmArea& area = warmArea(m_mappedMemory);
     const NameField name(blockName);
     Place place{};
     {
-        const auto guard = lockUnless(!lockDatabase, m_database);
+        const auto guard = lockUnless(!lockDatabase, *this);
         place = scan(area, name);
     }
     if (!place.found) {
@@ -161,16 +160,16 @@ bool Objects::retrieveObject(
     return true;
 }
 
-std::mutex* Objects::getObjectSyncPointer(std::string_view blockName) {
+std::mutex* WarmDatabase::getObjectSyncPointer(const std::string& blockName) {
     if (blockName.empty() || blockName.size() > MaxBlockNameLength || hasZero(blockName)) {
         return nullptr;
     }
-    const Place place = scan(warmArea(m_database.m_mappedMemory), NameField(blockName));
-    return place.found ? syncObjectOf(m_database.m_blockSync, blockName, place) : nullptr;
+    const Place place = scan(warmArea(m_mappedMemory), NameField(blockName));
+    return place.found ? syncObjectOf(m_blockSync, blockName, place) : nullptr;
 }
 
-bool Objects::getObjectData(
-    std::string_view blockName, void** data, unsigned objectSize, std::mutex** syncObject,
+bool WarmDatabase::getObjectData(
+    const std::string& blockName, void** data, unsigned objectSize, std::mutex** syncObject,
     bool& created) {
     *data = nullptr;
     *syncObject = nullptr;
@@ -179,11 +178,11 @@ bool Objects::getObjectData(
         // The search has refused it; so does the creation, with the same message.
         return validateObject(blockName, objectSize);
     }
-    WarmArea& area = warmArea(m_database.m_mappedMemory);
+    WarmArea& area = warmArea(m_mappedMemory);
     const NameField name(blockName);
     Place place{};
     {
-        const std::lock_guard guard(m_database);
+        const std::lock_guard guard(*this);
         place = scan(area, name);
         if (!place.found && place.exists()) {
             area.blocks[place.index].become(blockName);
@@ -199,34 +198,8 @@ bool Objects::getObjectData(
     }
     created = !place.found;
     *data = area.blocks[place.index].data;
-    *syncObject = syncObjectOf(m_database.m_blockSync, blockName, place);
+    *syncObject = syncObjectOf(m_blockSync, blockName, place);
     return true;
-}
-
-// Each is the operation on its own name's bytes.
-
-bool WarmDatabase::validateObject(const std::string& blockName, unsigned objectSize) {
-    return Objects::validateObject(blockName, objectSize);
-}
-
-bool WarmDatabase::createObject(
-    const std::string& blockName, void** data, unsigned objectSize, bool lockDatabase) {
-    return Objects(*this).createObject(blockName, data, objectSize, lockDatabase);
-}
-
-bool WarmDatabase::retrieveObject(
-    const std::string& blockName, void** data, unsigned objectSize, bool lockDatabase) {
-    return Objects(*this).retrieveObject(blockName, data, objectSize, lockDatabase);
-}
-
-std::mutex* WarmDatabase::getObjectSyncPointer(const std::string& blockName) {
-    return Objects(*this).getObjectSyncPointer(blockName);
-}
-
-bool WarmDatabase::getObjectData(
-    const std::string& blockName, void** data, unsigned objectSize, std::mutex** syncObject,
-    bool& created) {
-    return Objects(*this).getObjectData(blockName, data, objectSize, syncObject, created);
 }
 
 } // namespace os::bsp::dtcm
