@@ -162,7 +162,20 @@ void dieInside() {
     inChild([] { use<'B'>(), killSelf(); });
 }
 
+void useAndExit() {
+    inChild(use<'A'>);
+}
+
 void nothing() {}
+
+// A warm area of noise, with or without names.
+std::string areaAt(unit::Restart restart) {
+    std::string area = restart == unit::Warm ? "" : unit::noise(32768);
+    for (std::size_t block = 0; restart == unit::Unknown && block < 21; ++block) {
+        area[block * BlockSize] = '\0';
+    }
+    return area;
+}
 
 struct Operation {
     const char* name;
@@ -175,6 +188,8 @@ struct Operation {
 constexpr Operation Operations[] = {
     {"FirstColdStart", unit::Cold, nothing, nothing, use<'A'>},
     {"FirstWarmStart", unit::Warm, nothing, nothing, use<'A'>},
+    {"FirstStartWithNoise", unit::Unknown, nothing, nothing, use<'A'>},
+    {"LaterStart", unit::Warm, useAndExit, nothing, use<'A'>},
     {"Attaching", unit::Cold, dieInside, nothing, use<'A'>},
     {"CreatingAgain", unit::Warm, nothing, use<'A'>, createAgain},
     {"CreatingAnother", unit::Warm, nothing, use<'B'>, use<'A'>},
@@ -229,7 +244,7 @@ class SteppedDeath : public testing::TestWithParam<Operation> {
 protected:
     static Victim prepare() {
         const Operation& operation = GetParam();
-        unit::restart(operation.restart, operation.restart == unit::Cold ? unit::noise(32768) : "");
+        unit::restart(operation.restart, areaAt(operation.restart));
         operation.others();
         return Victim(operation);
     }
@@ -272,6 +287,27 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& operation) { return std::string(operation.param.name); });
 
 #endif
+
+// Runs to the point where it stops itself.
+void waitForStop(const Child& child) {
+    siginfo_t state{};
+    ASSERT_EQ(waitid(P_PID, static_cast<id_t>(child.pid()), &state, WSTOPPED | WNOWAIT), 0);
+}
+
+// Its successor has the semaphore that was made before.
+TEST(Death, OfAHolderOfALaterSemaphoreStopsNobody) {
+    unit::restart(unit::Warm, "");
+    Child maker([] { use<'A'>(), raise(SIGSTOP); });
+    waitForStop(maker);
+    Child old([] { use<'A'>(), raise(SIGSTOP), alarm(10), use<'B'>(); });
+    waitForStop(old);
+    kill(maker.pid(), SIGCONT);
+    maker.wait(); // the name goes with it
+    dieWithTheLock();
+    kill(old.pid(), SIGCONT);
+    EXPECT_EQ(countOf(old.wait().err, "taken over"), 1);
+    EXPECT_EQ(expectSound(), 0);
+}
 
 // Whatever memory runs out for in a first process, the next one finds a clean area.
 TEST(Death, OfMemoryInAFirstStart) {

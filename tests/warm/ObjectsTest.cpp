@@ -41,6 +41,13 @@ protected:
     }
 };
 
+TEST_F(Objects, WhatFollowsANamesZeroDoesNotCount) {
+    const Object abc("abc");
+    (&abc.as<char>())[-1] = 'd'; // the last byte of its name field
+    EXPECT_FALSE(Object("abc").created);
+    EXPECT_TRUE(Object("abcd").created && Object("ab").created);
+}
+
 TEST_F(Objects, CreatingAPresentOneClearsIt) {
     TolvTrace_setLevel("Bsp.WarmDatabase", 5);
     void* data = nullptr;

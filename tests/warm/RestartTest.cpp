@@ -8,12 +8,14 @@
 
 #include <exception>
 #include <stdexcept>
+#include <thread>
 
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -69,10 +71,14 @@ TEST(Startup, OnlyAColdRestartClearsTheAreaOnceInASystemRun) {
     }
     unit::restart(unit::Cold, area);
     std::filesystem::rename(unit::WarmArea, "/tmp/area");
-    start(); // a private area says nothing about the unit's own
+    const Child first([] { database(), pause(); }); // whose private area is not the unit's
+    while (!std::filesystem::exists(SemaphoreFile)) {
+        std::this_thread::yield();
+    }
     std::filesystem::rename("/tmp/area", unit::WarmArea);
-    EXPECT_EQ(countOf(start(), "): COLD restart, clearing database."), 1);
-    EXPECT_EQ(unit::readFile(unit::WarmArea), std::string(32768, '\0'));
+    EXPECT_EQ(countOf(start([] { Object("A"); }), "): COLD restart, clearing database."), 1);
+    EXPECT_EQ(unit::readFile(unit::WarmArea), "A" + std::string(32767, '\0'));
+    std::filesystem::remove(SemaphoreFile);
     EXPECT_EQ(countOf(start(), "COLD restart already handled, leaving database as is."), 1);
 }
 
@@ -117,6 +123,7 @@ const std::string Number = ": Caught unknown exception\n";
 const std::string NoRecord =
     "2 useRunRecord(): Warning: no /DtcmRun, the death of a process is not noticed, error: ";
 const std::string NoSemaphore = "1 initDatabaseSemaphore(): error in sem_open error: ";
+const std::string NoMutex = "1 lock(): error in pthread_mutex_lock error: Invalid argument\n";
 const std::string NoSync = "1 initBlockSynchronization(): error in shm_open error: ";
 
 std::string noneOf(const std::string& error) {
@@ -149,9 +156,14 @@ const Fault Faults[] = {
      NoRecord + "No space left on device\n" + NoSync + "No space left on device\n"},
     {[] { std::filesystem::create_directory(SyncFile); }, NoSync + "Invalid argument\n"},
     {[] { limit(RLIMIT_NOFILE, 4); }, NoArea + "\n" + noneOf("Too many open files\n")},
-    {[] { limit(RLIMIT_MEMLOCK, 0); }, NoArea + ", error: Operation not permitted\n" + NoRecord +
-                                           "Operation not permitted\n" + NoSync +
-                                           "Operation not permitted\n"},
+    {[] { limit(RLIMIT_MEMLOCK, 0); },
+     NoArea + ", error: Operation not permitted\n" + NoSync + "Operation not permitted\n"},
+    {[] { // a damaged record
+         logOf([] { database(); });
+         const auto size = std::filesystem::file_size("/dev/shm/DtcmRun");
+         unit::writeFile("/dev/shm/DtcmRun", std::string(size, '\xff'));
+     },
+     NoMutex + NoMutex + NoMutex},
     {[] { thrown = std::make_exception_ptr(std::runtime_error("no reset type")); },
      "1 WarmDatabase(): " + Area + Exception + NoCause + Exception + NoCause + Exception},
     {[] { thrown = std::make_exception_ptr(5); },

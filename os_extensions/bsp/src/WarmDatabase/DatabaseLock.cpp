@@ -10,6 +10,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 namespace os::bsp::dtcm {
 namespace {
@@ -19,11 +20,18 @@ using namespace std::chrono_literals;
 // Only a process that knows nothing of the record is waited for in these steps.
 constexpr auto WaitingStep = 1ms;
 
-// How long a semaphore that may be held by nobody is tried for: somebody may hold it after all.
-constexpr auto OrphanPatience = 1s;
+// How often a semaphore that may be held by nobody is found taken, a second long, before it is
+// adopted: somebody may hold it after all. Time alone would pass while this process is stopped.
+constexpr int OrphanTries = 1000;
 
-constexpr std::uint32_t bitOf(std::uint32_t number) {
-    return std::uint32_t{1} << number % 32;
+// Where the C library keeps the semaphore.
+constexpr const char* SemaphoreFile = "/dev/shm/sem.DtcmDbSharedSem";
+
+// Tells the semaphore that has the name now from every other one that anybody still uses; 0 when
+// there is none.
+std::uint32_t currentNumber() {
+    struct stat status {};
+    return stat(SemaphoreFile, &status) == 0 ? static_cast<std::uint32_t>(status.st_ino) : 0;
 }
 
 // Read and written by the owner of the record's mutex, which orders what owners do.
@@ -40,19 +48,32 @@ void store(std::atomic<Value>& place, Value value) {
     place.store(value, std::memory_order_relaxed);
 }
 
+enum class Call : std::uint8_t { MutexLock, SemOpen, SemWait };
+
+constexpr const char* CallNames[] = {"pthread_mutex_lock", "sem_open", "sem_wait"};
+
 // What this thread has to give back, and to report after that.
 struct Hold {
     bool mutex = false;
     bool semaphore = false;
     bool tookOver = false; // from a holder that has died
-    int error = 0;         // of a semaphore that cannot be waited for
+    Call failed{};         // with this error, if any
+    int error = 0;
 };
 
 [[gnu::tls_model("initial-exec")]] constinit thread_local Hold held;
 
+void noteFailure(Call call, int error) {
+    held.failed = call;
+    held.error = error;
+}
+
 void waitAlone(sem_t* semaphore) {
-    held.error = waitFor(semaphore);
-    held.semaphore = held.error == 0;
+    const int error = waitFor(semaphore);
+    held.semaphore = error == 0;
+    if (error != 0) {
+        noteFailure(Call::SemWait, error);
+    }
 }
 
 // Never above 1: whoever was taken for dead may have posted after all.
@@ -71,8 +92,9 @@ void report(const Hold& hold) {
     }
     if (hold.error != 0) {
         BSP_LOG_AT(
-            databaseLog(), 1, __LINE__, "lock",
-            "error in sem_wait error: ", std::strerror(hold.error));
+            databaseLog(), 1, __LINE__, "lock", "error in ",
+            CallNames[static_cast<std::size_t>(hold.failed)],
+            " error: ", std::strerror(hold.error));
     }
 }
 
@@ -87,46 +109,46 @@ int waitFor(sem_t* semaphore) {
     return 0;
 }
 
+// The name may be removed, and made anew, at any moment.
 DatabaseLock::Result DatabaseLock::openSemaphore() {
-    while (true) {
-        const std::uint32_t before = m_record != nullptr ? m_record->count.load() : 0;
-        sem_t* const semaphore = sem_open(DatabaseSemaphoreName, 0);
-        if (semaphore == SEM_FAILED) {
-            return errno == ENOENT ? Result::TryOther : Result::Failed;
+    sem_t* semaphore = nullptr;
+    int error = 0;
+    do {
+        if (semaphore = std::exchange(m_semaphore, nullptr); semaphore != nullptr) {
+            sem_close(semaphore);
         }
-        // The count goes up before a semaphore is made: it is that one's number, or an older one's.
-        if (m_record == nullptr || m_record->count == before) {
-            m_semaphore = semaphore;
-            m_number = before;
-            return Result::Done;
-        }
-        sem_close(semaphore);
-    }
+        m_number = currentNumber();
+        semaphore = sem_open(DatabaseSemaphoreName, 0);
+        error = errno;
+        m_semaphore = semaphore != SEM_FAILED ? semaphore : nullptr;
+    } while (currentNumber() != m_number);
+    errno = error;
+    return m_semaphore != nullptr ? Result::Done
+           : error == ENOENT      ? Result::TryOther
+                                  : Result::Failed;
 }
 
-// While it is being made it is noted as one that nobody may hold: so it is when this process dies,
-// or fails for want of memory with the semaphore already there.
+// While it is being made the record has none, which nobody may hold: so it stays when this process
+// dies, or fails for want of memory with the semaphore already there.
 DatabaseLock::Result DatabaseLock::makeSemaphore() {
+    held = {};
     const bool recorded = m_record != nullptr && takeMutex();
-    // Asked again: the number of one that is there must not change.
-    if (recorded && openSemaphore() != Result::TryOther) {
-        give();
-        return Result::TryOther;
-    }
-    const std::uint32_t number = recorded ? m_record->count + 1 : 0;
+    const Progress left = recorded ? load(m_record->progress) : Progress::Away;
+    const std::uint32_t leftNumber = recorded ? load(m_record->semaphore) : 0;
     if (recorded) {
-        m_record->orphans |= bitOf(number);
-        m_record->count = number;
+        note(0, Progress::Moving);
     }
     sem_t* const semaphore = sem_open(DatabaseSemaphoreName, O_CREAT | O_EXCL, 0666, 0);
     const int error = errno;
-    if (semaphore != SEM_FAILED) {
+    held.semaphore = semaphore != SEM_FAILED;
+    if (held.semaphore) {
         m_semaphore = semaphore;
-        m_number = number;
-        held.semaphore = true;
+        m_number = currentNumber();
     }
-    if (recorded) {
-        finishMaking(number, !held.semaphore && error != EEXIST);
+    if (recorded && held.semaphore) {
+        note(m_number, Progress::Holding);
+    } else if (recorded && (error == EEXIST || currentNumber() == 0)) {
+        note(leftNumber, left); // nothing was made
     }
     if (held.semaphore) {
         return Result::Done;
@@ -136,19 +158,12 @@ DatabaseLock::Result DatabaseLock::makeSemaphore() {
     return error == EEXIST ? Result::TryOther : Result::Failed;
 }
 
-void DatabaseLock::finishMaking(std::uint32_t number, bool leftBehind) {
-    if (m_semaphore != nullptr) {
-        store(m_record->semaphore, number);
-        store(m_record->progress, Progress::Holding);
-    }
-    if (!leftBehind) {
-        m_record->orphans &= ~bitOf(number);
-    }
-}
-
 void DatabaseLock::take() {
     held = {};
     const bool recorded = m_record != nullptr && takeMutex();
+    if (recorded && load(m_record->semaphore) != m_number) {
+        changeSemaphore();
+    }
     if (m_semaphore != nullptr && recorded) {
         takeSemaphore();
     } else if (m_semaphore != nullptr) {
@@ -173,70 +188,86 @@ void DatabaseLock::give() {
     report(hold);
 }
 
+bool DatabaseLock::holdsSemaphore() noexcept {
+    return held.semaphore;
+}
+
+void DatabaseLock::forgetHold() noexcept {
+    held = {};
+}
+
 bool DatabaseLock::takeMutex() {
     const int result = pthread_mutex_lock(&m_record->mutex);
     held.tookOver = result == EOWNERDEAD;
     held.mutex = result == 0 || held.tookOver;
     if (held.tookOver) {
-        succeed();
         pthread_mutex_consistent(&m_record->mutex);
+    } else if (!held.mutex) {
+        noteFailure(Call::MutexLock, result);
     }
     return held.mutex;
 }
 
-// A semaphore that the dead owner held is this process's now, if it is the same one. Otherwise it
-// is noted for those who have it, as is one that was just being taken or posted.
-void DatabaseLock::succeed() {
-    const Progress progress = m_record->progress;
-    const std::uint32_t number = m_record->semaphore;
-    const bool same = m_semaphore != nullptr && number == m_number;
-    if (progress == Progress::Away || (progress == Progress::Holding && same)) {
-        return;
+// Whoever dies on the way leaves a semaphore that nobody may hold.
+void DatabaseLock::note(std::uint32_t number, Progress progress) {
+    store(m_record->progress, Progress::Moving);
+    store(m_record->semaphore, number);
+    store(m_record->progress, progress);
+}
+
+// From one that nobody is to use any more to the one that has the name. None of those who use the
+// record has had that one, if it is not the record's, but for a maker that died.
+void DatabaseLock::changeSemaphore() {
+    if (openSemaphore() == Result::Failed) {
+        noteFailure(Call::SemOpen, errno);
     }
-    m_record->orphans |= bitOf(number);
-    store(m_record->progress, Progress::Away);
+    const std::uint32_t number = load(m_record->semaphore);
+    if (m_semaphore != nullptr && m_number != number) {
+        note(m_number, number == 0 ? load(m_record->progress) : Progress::Away);
+    }
+    m_number = load(m_record->semaphore);
 }
 
 void DatabaseLock::takeSemaphore() {
-    held.semaphore = load(m_record->progress) == Progress::Holding; // left to this process
-    if (!held.semaphore && !tryTake()) {
-        await();
+    const Progress left = load(m_record->progress); // by a holder that has died, if not Away
+    held.semaphore = left == Progress::Holding;
+    if (!held.semaphore && !tryTake(left)) {
+        await(left);
     }
 }
 
-// This process is away from the semaphore while it sleeps: it may die in that time, but not be
-// taken for a holder.
-void DatabaseLock::await() {
-    const auto begin = std::chrono::steady_clock::now();
-    const bool orphan = (m_record->orphans & bitOf(m_number)) != 0;
-    while (held.error == 0 && !tryTake()) {
-        std::this_thread::sleep_for(WaitingStep);
-        if (orphan && std::chrono::steady_clock::now() - begin > OrphanPatience) {
+// What others have left stands while this process sleeps: it may die in that time, but not be taken
+// for a holder.
+void DatabaseLock::await(Progress left) {
+    for (int tries = 1; held.error == 0; ++tries) {
+        if (left == Progress::Moving && tries == OrphanTries) {
             adopt();
+            return;
+        }
+        std::this_thread::sleep_for(WaitingStep);
+        if (tryTake(left)) {
             return;
         }
     }
 }
 
-bool DatabaseLock::tryTake() {
-    store(m_record->semaphore, m_number);
+bool DatabaseLock::tryTake(Progress otherwise) {
     store(m_record->progress, Progress::Moving);
     if (sem_trywait(m_semaphore) == 0) {
         adopt();
         return true;
     }
     const int error = errno;
-    store(m_record->progress, Progress::Away);
-    held.error = error == EAGAIN || error == EINTR ? 0 : error;
+    store(m_record->progress, otherwise);
+    if (error != EAGAIN && error != EINTR) {
+        noteFailure(Call::SemWait, error);
+    }
     return false;
 }
 
 void DatabaseLock::adopt() {
     store(m_record->progress, Progress::Holding);
     held.semaphore = true;
-    if (const std::uint32_t bit = bitOf(m_number); (load(m_record->orphans) & bit) != 0) {
-        m_record->orphans &= ~bit;
-    }
 }
 
 } // namespace os::bsp::dtcm

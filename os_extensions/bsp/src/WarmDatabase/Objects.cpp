@@ -27,17 +27,23 @@ bool hasZero(std::string_view name) {
     return name.find('\0') != std::string_view::npos;
 }
 
-/// A name as a block holds it. Words are compared faster than bytes.
+/// A name of 1 to 15 bytes as a block holds it, with the zero behind it: what follows that in a
+/// block does not count. Words are compared faster than bytes.
 class NameField {
 public:
     explicit NameField(std::string_view name) {
         name.copy(reinterpret_cast<char*>(m_words.data()), MaxBlockNameLength);
+        static constexpr Words OnesThenZeroes[] = {{~0ULL, ~0ULL}, {0, 0}};
+        const std::size_t zeroes = MaxBlockNameLength - name.size();
+        std::memcpy(
+            m_mask.data(), reinterpret_cast<const char*>(OnesThenZeroes) + zeroes, BlockNameSize);
     }
 
     bool isOf(const Block& block) const {
         Words present;
         std::memcpy(present.data(), block.name, BlockNameSize);
-        return present[0] == m_words[0] && present[1] == m_words[1];
+        return ((present[0] ^ m_words[0]) & m_mask[0]) == 0 &&
+               ((present[1] ^ m_words[1]) & m_mask[1]) == 0;
     }
 
 private:
@@ -45,6 +51,7 @@ private:
     static_assert(sizeof(Words) == BlockNameSize);
 
     Words m_words{};
+    Words m_mask{};
 };
 
 // Used blocks form an unbroken run from the first, so no object lies behind a free block. Not

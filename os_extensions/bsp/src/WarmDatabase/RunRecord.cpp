@@ -14,7 +14,7 @@ int initialise(std::byte* memory) {
 } // namespace
 
 RunRecord* openRunRecord() {
-    const SharedObject object = openSharedObject(RunRecordName, sizeof(RunRecord), initialise);
+    const SharedObject object = openSharedObject(RunRecordName, sizeof(RunRecord), 0, initialise);
     return reinterpret_cast<RunRecord*>(object.memory);
 }
 

@@ -16,7 +16,7 @@ inline constexpr const char* RunRecordName = "/DtcmRun";
 /// one that stores another.
 enum class Progress : std::uint32_t {
     Away,   ///< does not hold it: there is nothing to take over
-    Moving, ///< is just taking or posting it: nobody may hold it now, or somebody else
+    Moving, ///< is just taking, posting or making it: nobody may hold it now, or somebody else
     Holding ///< holds it: its successor does
 };
 
@@ -29,15 +29,14 @@ enum class ColdRestart : std::uint32_t {
 
 /// All zeroes but for the mutex when it is made.
 struct RunRecord {
-    /// Robust. Everyone takes it first, so processes exclude each other also when they have
-    /// different semaphores: one opened it, its maker removed the name, another made it anew.
+    /// Robust. Everyone takes it first, so processes exclude each other also without a semaphore.
     pthread_mutex_t mutex;
 
     // Written by the owner of the mutex only.
     std::atomic<Progress> progress;
-    std::atomic<std::uint32_t> semaphore; ///< the number of the semaphore that progress is about
-    std::atomic<std::uint32_t> count;     ///< of semaphores made in this run: the last one's number
-    std::atomic<std::uint32_t> orphans;   ///< bit n mod 32: semaphore n may be held by nobody
+    /// The number of the one semaphore that everyone uses, and progress is about; 0 while one is
+    /// being made. Whoever has another one takes the one that the name has now.
+    std::atomic<std::uint32_t> semaphore;
 
     /// Written by the owner of the mutex, but for Due: that comes before a semaphore is made.
     std::atomic<ColdRestart> coldRestart;

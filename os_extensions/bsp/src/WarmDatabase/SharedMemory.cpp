@@ -44,17 +44,19 @@ bool allocate(const FileDescriptor& object, off_t size) {
     return errno == 0;
 }
 
-std::byte* map(const FileDescriptor& object, std::size_t size) {
+std::byte* map(const FileDescriptor& object, std::size_t size, int flags) {
     void* const memory =
-        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_LOCKED, object.get(), 0);
+        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | flags, object.get(), 0);
     return memory != MAP_FAILED ? static_cast<std::byte*>(memory) : nullptr;
 }
 
 // Larger than it will be while it is worked on; its exact size comes last.
 std::byte* make(
-    const FileDescriptor& object, std::size_t size, int (*initialise)(std::byte* memory)) {
+    const FileDescriptor& object, std::size_t size, int flags,
+    int (*initialise)(std::byte* memory)) {
     const auto finishedSize = static_cast<off_t>(size);
-    std::byte* const memory = allocate(object, finishedSize + 1) ? map(object, size) : nullptr;
+    const bool allocated = allocate(object, finishedSize + 1);
+    std::byte* const memory = allocated ? map(object, size, flags) : nullptr;
     if (memory == nullptr) {
         return nullptr;
     }
@@ -70,13 +72,13 @@ std::byte* make(
 } // namespace
 
 SharedObject openSharedObject(
-    const char* name, std::size_t size, int (*initialise)(std::byte* memory)) {
+    const char* name, std::size_t size, int flags, int (*initialise)(std::byte* memory)) {
     FileDescriptor object = openOrCreate(name);
     if (!object) {
         return {nullptr, false, std::move(object)};
     }
     if (isFinished(object, size)) {
-        std::byte* const memory = map(object, size);
+        std::byte* const memory = map(object, size, flags);
         return {memory, false, std::move(object)};
     }
     const posix::FileLock lock(object.get());
@@ -84,7 +86,8 @@ SharedObject openSharedObject(
         return {nullptr, false, std::move(object)};
     }
     const bool create = !isFinished(object, size);
-    std::byte* const memory = create ? make(object, size, initialise) : map(object, size);
+    std::byte* const memory =
+        create ? make(object, size, flags, initialise) : map(object, size, flags);
     return {memory, create, std::move(object)};
 }
 

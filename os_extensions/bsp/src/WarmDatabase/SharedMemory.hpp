@@ -14,13 +14,13 @@ struct SharedObject {
 };
 
 /// Opens the shared-memory object `name` of `size` bytes, or makes it: `initialise` fills its
-/// memory then, and returns 0 or an error number.
+/// memory then, and returns 0 or an error number. MAP_LOCKED in `flags` locks it in memory.
 ///
 /// Only an object of exactly this size is finished. Whoever finds any other size, be it new or left
 /// behind by a maker that was killed, makes it, under a lock of the file that ends with its owner.
 /// So of all processes that ask at once, one makes the object, and all others get it finished.
 SharedObject openSharedObject(
-    const char* name, std::size_t size, int (*initialise)(std::byte* memory));
+    const char* name, std::size_t size, int flags, int (*initialise)(std::byte* memory));
 
 /// Zero-filled memory of this process alone, in place of an area that cannot be shared: mapped, or
 /// where that fails, `reserve`. Never given back: other threads may use it to the very end.

@@ -72,11 +72,11 @@ std::atomic<ColdRestart>* coldRestartNote(bool areaIsShared) {
 }
 
 // From here on nobody works with the area before somebody has seen to the restart, even if this
-// process is killed or has no memory for more.
-void noteColdRestartDue(std::atomic<ColdRestart>* note) {
+// process is killed, or has no memory for more or not the unit's own area.
+void noteColdRestartDue() {
     auto unasked = ColdRestart::Unasked;
-    if (note != nullptr) {
-        note->compare_exchange_strong(unasked, ColdRestart::Due);
+    if (RunRecord* const record = databaseLock().record(); record != nullptr) {
+        record->coldRestart.compare_exchange_strong(unasked, ColdRestart::Due);
     }
 }
 
@@ -90,7 +90,10 @@ WarmDatabase& WarmDatabase::getInstance() {
 WarmDatabase::WarmDatabase() {
     maker = getpid();
     // A child may come to have that process id, when it is used again or in a namespace of its own.
-    pthread_atfork(nullptr, nullptr, [] { maker = 0; });
+    pthread_atfork(nullptr, nullptr, [] {
+        maker = 0;
+        DatabaseLock::forgetHold();
+    });
     try {
         memoryMapTheDatabase();
         useRunRecord();
@@ -137,7 +140,7 @@ bool WarmDatabase::initDatabaseSemaphore() const {
     while (result == Result::TryOther) {
         result = databaseLock().openSemaphore();
         if (result == Result::TryOther) {
-            noteColdRestartDue(coldRestartNote(m_mappedMemoryIsShared));
+            noteColdRestartDue();
             const ResetType cause = getResetType(); // not to be asked while the lock is held
             result = databaseLock().makeSemaphore();
             if (result == Result::Done) {
@@ -185,7 +188,8 @@ void WarmDatabase::catchUpWithColdRestart() const {
 }
 
 void WarmDatabase::initBlockSynchronization() {
-    SharedObject area = openSharedObject(SyncAreaName, SyncAreaSize, initialiseSyncArea);
+    SharedObject area =
+        openSharedObject(SyncAreaName, SyncAreaSize, MAP_LOCKED, initialiseSyncArea);
     if (area.memory == nullptr) {
         BSP_LOG(databaseLog(), 1, "error in shm_open error: ", std::strerror(errno));
         return;
@@ -198,11 +202,15 @@ void WarmDatabase::initBlockSynchronization() {
 // NOLINTNEXTLINE(readability-make-member-function-const): as callers know it
 void WarmDatabase::lock() {
     databaseLock().take();
-    const auto* const note = coldRestartNote(m_mappedMemoryIsShared);
-    if (note != nullptr && note->load(std::memory_order_relaxed) == ColdRestart::Due) {
+    auto* const note = coldRestartNote(m_mappedMemoryIsShared);
+    const auto noted =
+        note != nullptr ? note->load(std::memory_order_relaxed) : ColdRestart::Handled;
+    if (noted == ColdRestart::Due) {
         databaseLock().give();
         catchUpWithColdRestart();
         databaseLock().take();
+    } else if (noted == ColdRestart::Unasked && DatabaseLock::holdsSemaphore()) {
+        *note = ColdRestart::Handled; // by a maker without a record, which lets others in
     }
 }
 
