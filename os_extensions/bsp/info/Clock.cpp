@@ -1,4 +1,4 @@
-#include "Clock.hpp"
+#include "Commands.hpp"
 
 #include "ClockChip.hpp"
 #include "ClockConfig.hpp"

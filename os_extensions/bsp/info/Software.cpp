@@ -1,4 +1,4 @@
-#include "Software.hpp"
+#include "Commands.hpp"
 
 #include "FileDescriptor.hpp"
 #include "bsp/Bsp.h"

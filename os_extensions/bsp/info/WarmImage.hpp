@@ -8,6 +8,9 @@
 
 namespace bspinfo {
 
+/// What the C library notes in an ordinary mutex that processes share.
+inline constexpr int SharedMutexKind = 128;
+
 enum class Cell { Free, Used, Noise };
 
 /// Memory mapped for the rest of the process, or null and why there is none.
@@ -29,5 +32,9 @@ Cell kindOf(const os::bsp::dtcm::Block& block);
 
 /// All that is wrong with the run of used blocks, in a line; empty when it is whole.
 std::string problemOf(const os::bsp::dtcm::WarmArea& area);
+
+/// The slot id that a warm area holds, be it the unit's or that of a 64-bit machine; or why there
+/// is none.
+std::string slotId(const os::bsp::dtcm::WarmArea& area);
 
 } // namespace bspinfo

@@ -1,12 +1,8 @@
 /// bspinfo: what this unit is, and why. It changes nothing that the unit has.
-#include "Clock.hpp"
-#include "Evidence.hpp"
-#include "Fields.hpp"
-#include "Formats.hpp"
+#include "Commands.hpp"
+#include "FileDescriptor.hpp"
+#include "Identity.hpp"
 #include "Printable.hpp"
-#include "Silence.hpp"
-#include "Software.hpp"
-#include "Warm.hpp"
 
 #include <algorithm>
 #include <cstdio>
@@ -15,7 +11,9 @@
 #include <string_view>
 #include <vector>
 
+#include <fcntl.h>
 #include <getopt.h>
+#include <unistd.h>
 
 namespace {
 
@@ -30,6 +28,30 @@ constexpr const char* Usage = "Usage: bspinfo [--format=text|shell|json] [--expl
                               "       bspinfo warm [--map[=FILE.svg]] [--save=FILE] [DUMP]\n"
                               "       bspinfo clock CONFIGURATION\n"
                               "       bspinfo --help\n";
+
+// While it lives, what the layer reports on standard error goes nowhere: an answer tells what is
+// wrong, and a unit's trace library may have no control of levels.
+class Silence {
+public:
+    Silence()
+        : m_standardError(
+              posix::FileDescriptor::own(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO))) {
+        const auto nowhere = posix::FileDescriptor::own(open("/dev/null", O_WRONLY | O_CLOEXEC));
+        if (m_standardError && nowhere) {
+            dup2(nowhere.get(), STDERR_FILENO);
+        }
+    }
+    ~Silence() {
+        if (m_standardError) {
+            dup2(m_standardError.get(), STDERR_FILENO);
+        }
+    }
+    Silence(const Silence&) = delete;
+    Silence& operator=(const Silence&) = delete;
+
+private:
+    posix::FileDescriptor m_standardError;
+};
 
 int refuse(const char* what, std::string_view word) {
     std::fprintf(stderr, "bspinfo: %s: %s\n%s", what, printable(std::string(word)).c_str(), Usage);
@@ -71,7 +93,7 @@ Answer askAbout(const Field& field, bool explain) {
 
 Answers askAbout(std::span<const Field* const> wanted, bool explain) {
     const Silence silence;
-    Answers answers = explain ? evidence::unit() : Answers{};
+    Answers answers = explain ? unitEvidence() : Answers{};
     for (const Field* const field : wanted) {
         answers.push_back({field->name, askAbout(*field, explain)});
     }
@@ -91,7 +113,7 @@ int identify(const Request& request, Arguments names) {
     }
     const Answers answers = askAbout(wanted, request.explain);
     request.format->print(answers);
-    if (const std::string problem = evidence::eepromProblem(); !problem.empty()) {
+    if (const std::string problem = eepromProblem(); !problem.empty()) {
         std::fprintf(stderr, "bspinfo: %s\n", problem.c_str());
         return static_cast<int>(State::Unreadable);
     }

@@ -1,17 +1,21 @@
-#include "WarmLock.hpp"
+#include "WarmSharing.hpp"
 
+#include "File.hpp"
+#include "Printable.hpp"
 #include "WarmDatabase/Layout.hpp"
 #include "WarmDatabase/RunRecord.hpp"
 #include "WarmImage.hpp"
-#include "WarmUsers.hpp"
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <filesystem>
 #include <iterator>
+#include <system_error>
 
 #include <linux/futex.h>
+#include <pthread.h>
 #include <semaphore.h>
 
 namespace bspinfo {
@@ -48,6 +52,11 @@ std::string describeMutex(const pthread_mutex_t& mutex) {
     return owner <= 0 ? "locked" : "locked by " + to_string(owner) + absence(owner);
 }
 
+std::string numberAndName(const std::string& number) {
+    const std::string name = posix::readFile("/proc/" + number + "/comm").value_or("");
+    return name.empty() ? number : number + " " + printable(name.substr(0, name.size() - 1));
+}
+
 // A robust mutex has the number of its owner's thread in it, and is marked when that has died.
 std::string ownerOf(const pthread_mutex_t& mutex) {
     const auto word = static_cast<std::uint32_t>(readOnce(mutex.__data.__lock));
@@ -79,6 +88,26 @@ std::string textOf(const char* const (&texts)[count], const std::atomic<Value>& 
     return index < count ? texts[index] : "noise";
 }
 
+enum class Use { No, Yes, Hidden };
+
+bool isNumber(const std::string& text) {
+    return text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+// A process that has ended meanwhile uses nothing.
+Use useOf(const std::string& process) {
+    const auto maps = posix::readFile("/proc/" + process + "/maps");
+    if (!maps) {
+        return errno == ENOENT || errno == ESRCH ? Use::No : Use::Hidden;
+    }
+    for (const char* const shared : {SyncAreaName, RunRecordName, WarmAreaDevice}) {
+        if (maps->find(shared) != std::string::npos) {
+            return Use::Yes;
+        }
+    }
+    return Use::No;
+}
+
 } // namespace
 
 std::vector<std::pair<const char*, std::string>> describeLock() {
@@ -107,6 +136,27 @@ std::vector<std::string> describeMutexes(std::string& problem) {
     std::transform(
         std::begin(mutexes), std::end(mutexes), std::back_inserter(states), describeMutex);
     return states;
+}
+
+std::string describeUsers() {
+    std::error_code error;
+    const std::string self = std::filesystem::read_symlink("/proc/self", error);
+    std::string users;
+    int hidden = 0;
+    std::filesystem::directory_iterator process("/proc", error);
+    for (; !error && process != std::filesystem::directory_iterator(); process.increment(error)) {
+        const std::string number = process->path().filename();
+        const Use use = isNumber(number) && number != self ? useOf(number) : Use::No;
+        hidden += use == Use::Hidden ? 1 : 0;
+        if (use == Use::Yes) {
+            users += (users.empty() ? "" : ", ") + numberAndName(number);
+        }
+    }
+    if (error) {
+        return "/proc cannot be read: " + error.message();
+    }
+    users = users.empty() ? "nobody" : users;
+    return hidden == 0 ? users : users + " (" + std::to_string(hidden) + " may not be looked at)";
 }
 
 } // namespace bspinfo

@@ -1,8 +1,10 @@
+/// What is known of a unit, and how it is printed.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace bspinfo {
@@ -25,5 +27,14 @@ struct NamedAnswer {
 };
 
 using Answers = std::vector<NamedAnswer>;
+
+struct Format {
+    std::string_view name;
+    void (*print)(const Answers& answers); // to standard output, with a newline at the end
+};
+
+/// Null when there is no format of this name: text, a field a line; shell, quoted assignments for
+/// eval, of which unknown and unreadable ones are empty; json, one object with a schema number.
+const Format* findFormat(std::string_view name);
 
 } // namespace bspinfo

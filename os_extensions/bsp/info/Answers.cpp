@@ -1,4 +1,4 @@
-#include "Formats.hpp"
+#include "Answers.hpp"
 
 #include "Printable.hpp"
 
