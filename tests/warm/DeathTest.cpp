@@ -17,8 +17,10 @@
 #include <random>
 #include <set>
 #include <thread>
+#include <tuple>
 
 #include <sys/ptrace.h>
+#include <sys/resource.h>
 #include <sys/user.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -105,27 +107,6 @@ void exitWithBusyThreads(unsigned seed, unsigned long microseconds) {
     std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
 }
 
-#ifdef __x86_64__ // where a program can be stepped through
-
-std::string contentOf(const std::filesystem::path& folder) {
-    std::string content;
-    for (const auto& file : std::filesystem::directory_iterator(folder)) {
-        content += file.path().string() + unit::readFile(file.path());
-    }
-    return content;
-}
-
-// What all processes see of each other, but for most of the objects' data.
-std::string sharedState() {
-    std::string state = contentOf("/dev/shm");
-    std::string area = unit::readFile(unit::WarmArea);
-    area.resize(32768);
-    for (std::size_t block = 0; block < 21; ++block) {
-        state += area[block * BlockSize] == '\0' ? "free" : area.substr(block * BlockSize, 64);
-    }
-    return state;
-}
-
 void killSelf() {
     kill(getpid(), SIGKILL);
 }
@@ -148,6 +129,33 @@ void use() {
     EXPECT_EQ(Object({Name}).result, 0);
 }
 
+void useAndExit() {
+    inChild(use<'A'>);
+}
+
+void nothing() {}
+
+#ifdef __x86_64__ // where a program can be stepped through
+
+std::string contentOf(const std::filesystem::path& folder) {
+    std::string content;
+    for (const auto& file : std::filesystem::directory_iterator(folder)) {
+        content += file.path().string() + unit::readFile(file.path());
+    }
+    return content;
+}
+
+// What all processes see of each other, but for most of the objects' data.
+std::string sharedState() {
+    std::string state = contentOf("/dev/shm");
+    std::string area = unit::readFile(unit::WarmArea);
+    area.resize(32768);
+    for (std::size_t block = 0; block < 21; ++block) {
+        state += area[block * BlockSize] == '\0' ? "free" : area.substr(block * BlockSize, 64);
+    }
+    return state;
+}
+
 template <auto function, auto... arguments>
 void call() {
     function(arguments...);
@@ -161,12 +169,6 @@ void createAgain() {
 void dieInside() {
     inChild([] { use<'B'>(), killSelf(); });
 }
-
-void useAndExit() {
-    inChild(use<'A'>);
-}
-
-void nothing() {}
 
 // A warm area of noise, with or without names.
 std::string areaAt(unit::Restart restart) {
@@ -294,19 +296,72 @@ void waitForStop(const Child& child) {
     ASSERT_EQ(waitid(P_PID, static_cast<id_t>(child.pid()), &state, WSTOPPED | WNOWAIT), 0);
 }
 
-// Its successor has the semaphore that was made before.
-TEST(Death, OfAHolderOfALaterSemaphoreStopsNobody) {
+// How a process ends that does `then` when its semaphore has lost the name, and others have done
+// something before and after that.
+Outcome onAnOlderSemaphore(
+    const std::function<void()>& before, const std::function<void()>& after,
+    const std::function<void()>& then) {
     unit::restart(unit::Warm, "");
     Child maker([] { use<'A'>(), raise(SIGSTOP); });
     waitForStop(maker);
-    Child old([] { use<'A'>(), raise(SIGSTOP), alarm(10), use<'B'>(); });
+    Child old([&] { use<'A'>(), raise(SIGSTOP), alarm(20), then(); });
     waitForStop(old);
+    before();
     kill(maker.pid(), SIGCONT);
-    maker.wait(); // the name goes with it
-    dieWithTheLock();
+    maker.wait();
+    after();
     kill(old.pid(), SIGCONT);
-    EXPECT_EQ(countOf(old.wait().err, "taken over"), 1);
-    EXPECT_EQ(expectSound(), 0);
+    return old.wait();
+}
+
+void useOften() {
+    for (int maker = 0; maker < 33; ++maker) {
+        useAndExit();
+    }
+}
+
+TEST(Death, WithAnOlderOrALaterSemaphoreStopsNobody) {
+    const std::tuple<void (*)(), void (*)(), int> deaths[] = {
+        {dieWithTheLock, nothing, 1},        {nothing, dieWithTheLock, 1},
+        {dieWithTheLock, dieWithTheLock, 1}, {dieWithTheLock, useOften, 0},
+        {dieTakingTheLock, useOften, 0},     {useOften, dieTakingTheLock, 1},
+    };
+    for (const auto& [before, after, takeOvers] : deaths) {
+        const Outcome old = onAnOlderSemaphore(before, after, use<'B'>);
+        EXPECT_EQ(old.status, 0) << old.err;
+        EXPECT_EQ(countOf(old.err, "taken over"), takeOvers);
+        EXPECT_EQ(expectSound(), 0);
+    }
+}
+
+TEST(Semaphore, ThatCannotBeOpenedAgainLeavesTheMutex) {
+    const Outcome old = onAnOlderSemaphore(nothing, useAndExit, [] {
+        const rlimit none{};
+        setrlimit(RLIMIT_NOFILE, &none);
+        use<'B'>();
+        use<'B'>();
+    });
+    EXPECT_EQ(old.status, 0);
+    EXPECT_EQ(countOf(old.err, " 1 "), 1) << old.err;
+    EXPECT_EQ(countOf(old.err, "lock(): error in sem_open error: "), 1) << old.err;
+    expectSound();
+}
+
+// The C library's list of semaphores is locked in that moment.
+TEST(Semaphore, CanBeUsedByAChildForkedWhileAnotherThreadOpensIt) {
+    unit::restart(unit::Warm, "");
+    use<'A'>();
+    std::thread([] {
+        while (true) { // the record names another one
+            std::fstream record(
+                "/dev/shm/DtcmRun", std::ios::in | std::ios::out | std::ios::binary);
+            record.seekp(offsetof(os::bsp::dtcm::RunRecord, semaphore)).put(char{1}).flush();
+            use<'A'>();
+        }
+    }).detach();
+    for (int child = 0; child < 150; ++child) {
+        ASSERT_EQ(inChild([] { alarm(20), use<'B'>(), killSelf(); }).status, -SIGKILL) << child;
+    }
 }
 
 // Whatever memory runs out for in a first process, the next one finds a clean area.

@@ -128,6 +128,22 @@ TEST_F(Clients, OperationsWaitForAStoppedHolderThroughSignals) {
     }
 }
 
+TEST_F(Clients, UnlockGivesBackOnlyWhatItsThreadHas) {
+    const auto value = [this] {
+        int posts = 0;
+        sem_getvalue(m_semaphore, &posts);
+        return posts;
+    };
+    database().unlock();
+    EXPECT_EQ(value(), 1);
+    database().lock();
+    inChild([] { database().unlock(); });
+    std::thread([] { database().unlock(); }).join();
+    EXPECT_EQ(value(), 0);
+    database().unlock();
+    EXPECT_EQ(value(), 1);
+}
+
 // Nobody reads what this process reports, so it waits for ever; the others do not. The slot's
 // object is looked at again with the lock.
 TEST_F(Clients, ReportsAreWrittenWithoutTheLock) {

@@ -6,7 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include <exception>
+#include <atomic>
+#include <csignal>
 #include <stdexcept>
 #include <thread>
 
@@ -15,11 +16,13 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
-std::exception_ptr thrown;
+void (*asked)() = nullptr; // before the cause of the last restart is
+std::atomic<bool> inStart = false;
 int failingWaits = 0;
 
 // The function of this name behind the program's own.
@@ -31,8 +34,8 @@ Function* next(const char* name) {
 } // namespace
 
 BSP_EXPORT os::bsp::ResetType os::bsp::getResetType() {
-    if (thrown) {
-        std::rethrow_exception(thrown);
+    if (asked != nullptr) {
+        asked();
     }
     return next<ResetType()>("_ZN2os3bsp12getResetTypeEv")();
 }
@@ -69,17 +72,43 @@ TEST(Startup, OnlyAColdRestartClearsTheAreaOnceInASystemRun) {
         EXPECT_EQ(countOf(start(), ": WARM restart, leaving database as is."), 1);
         EXPECT_TRUE(unit::readFile(unit::WarmArea) == area);
     }
-    unit::restart(unit::Cold, area);
-    std::filesystem::rename(unit::WarmArea, "/tmp/area");
-    const Child first([] { database(), pause(); }); // whose private area is not the unit's
-    while (!std::filesystem::exists(SemaphoreFile)) {
+}
+
+// It creates the lock, but its private area is not the unit's.
+TEST(Startup, AFirstProcessWithoutTheDeviceLeavesTheColdRestartPending) {
+    for (const int fate : {0, SIGCONT, SIGKILL}) { // it lives on, exits, is killed
+        unit::restart(unit::Cold, unit::noise(32768));
+        std::filesystem::rename(unit::WarmArea, "/tmp/area");
+        Child first([] { database(), raise(SIGSTOP); });
+        waitpid(first.pid(), nullptr, WUNTRACED);
+        std::filesystem::rename("/tmp/area", unit::WarmArea);
+        kill(first.pid(), fate);
+        if (fate != 0) {
+            first.wait();
+        }
+        EXPECT_EQ(countOf(start([] { Object("A"); }), "): COLD restart, clearing database."), 1);
+        EXPECT_EQ(unit::readFile(unit::WarmArea), "A" + std::string(32767, '\0'));
+        std::filesystem::remove(SemaphoreFile);
+        EXPECT_EQ(countOf(start(), "COLD restart already handled, leaving database as is."), 1);
+    }
+}
+
+TEST(Startup, AChildForkedWhileAnotherThreadIsInItStartsItself) {
+    unit::restart(unit::Warm, "");
+    asked = [] {
+        inStart = true;
+        pause();
+    };
+    std::thread(database).detach();
+    while (!inStart) {
         std::this_thread::yield();
     }
-    std::filesystem::rename("/tmp/area", unit::WarmArea);
-    EXPECT_EQ(countOf(start([] { Object("A"); }), "): COLD restart, clearing database."), 1);
-    EXPECT_EQ(unit::readFile(unit::WarmArea), "A" + std::string(32767, '\0'));
-    std::filesystem::remove(SemaphoreFile);
-    EXPECT_EQ(countOf(start(), "COLD restart already handled, leaving database as is."), 1);
+    const Outcome child = inChild([] {
+        asked = nullptr;
+        alarm(10);
+        EXPECT_TRUE(Object("A").created);
+    });
+    EXPECT_EQ(child.status, 0) << child.err;
 }
 
 TEST(Startup, NamesGoWithTheProcessThatMadeThem) {
@@ -164,9 +193,17 @@ const Fault Faults[] = {
          unit::writeFile("/dev/shm/DtcmRun", std::string(size, '\xff'));
      },
      NoMutex + NoMutex + NoMutex},
-    {[] { thrown = std::make_exception_ptr(std::runtime_error("no reset type")); },
+    {[] {
+         asked = [] {
+             throw std::runtime_error("no reset type");
+         };
+     },
      "1 WarmDatabase(): " + Area + Exception + NoCause + Exception + NoCause + Exception},
-    {[] { thrown = std::make_exception_ptr(5); },
+    {[] {
+         asked = [] {
+             throw 5;
+         };
+     },
      "1 WarmDatabase(): " + Area + Number + NoCause + Number + NoCause + Number},
     {[] { failingWaits = 1; }, "1 lock(): error in sem_wait error: Invalid argument\n"},
 };

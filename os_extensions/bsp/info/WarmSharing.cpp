@@ -112,7 +112,7 @@ Use useOf(const std::string& process) {
 
 std::vector<std::pair<const char*, std::string>> describeLock() {
     constexpr const char* Progresses[] = {"away", "moving", "holding"};
-    constexpr const char* Restarts[] = {"not asked for", "due", "handled"};
+    constexpr const char* Restarts[] = {"not asked for", "pending", "handled"};
     const Mapping mapping = mapForReading(Folder + RunRecordName, sizeof(RunRecord));
     const auto* const record = static_cast<const RunRecord*>(mapping.memory);
     if (record == nullptr) {

@@ -1,9 +1,9 @@
 /// The warm database: up to 21 small named objects in memory that survives a warm restart.
 ///
-/// Every process of the unit that uses it shares the objects. One that finds something of it
-/// unusable goes on all the same, after a level-1 message on the trace "Bsp.WarmDatabase": without
-/// the device its objects are its own, neither shared nor kept; without the semaphore or the sync
-/// area they are the shared ones, but nothing keeps this process and others apart.
+/// Every process of the unit that uses it shares the objects. A process continues if part of it is
+/// unusable, after a level-1 message on the trace "Bsp.WarmDatabase": without the device its objects
+/// are its own, neither shared nor kept; without the semaphore the run record's mutex keeps it apart
+/// from the processes that use that as well; without the sync area it has mutexes of its own.
 #pragma once
 
 #include "bsp/Cpp20.hpp"
@@ -50,9 +50,11 @@ public:
     };
 
     /// The process's one instance. The first call connects to the shared objects, and creates those
-    /// that are missing. Whoever creates the semaphore sees to a cold restart, once in a system
-    /// run, before anybody gets the lock. Waits for the lock only where the semaphore is missing,
-    /// and for a process that is just making the sync area.
+    /// that are missing. The process that creates the semaphore handles a cold restart, once in a
+    /// system run, before another gets the lock; without the device it leaves that to the first
+    /// process that has it. Waits for the lock only if the semaphore is missing, and for a process
+    /// that is creating the sync area or the run record. A child forked while another thread makes
+    /// this call makes it itself.
     static WarmDatabase& getInstance();
 
     WarmDatabase(const WarmDatabase&) = delete;
@@ -89,10 +91,13 @@ public:
         const std::string& blockName, void** data, unsigned objectSize, std::mutex** syncObject,
         bool& created);
 
-    /// Takes and gives back the database lock, in the same thread. Not re-entrant. A holder that
-    /// dies, or whose thread ends, is succeeded by the next who waits, with a level-2 message; one
-    /// that is stopped is waited for. An area that still has to be cleared after a cold restart is
-    /// cleared before lock() returns.
+    /// Takes and gives back the database lock, in the same thread. Not re-entrant. If a holder dies,
+    /// or its thread ends, the next process that waits takes the lock over, with a level-2 message;
+    /// one that is stopped is waited for. An area that still has to be cleared after a cold restart
+    /// is cleared before lock() returns. unlock() does nothing in a thread that does not hold the
+    /// lock, and in a child that was forked while it was held. Both report failures of the lock at
+    /// level 1 once it is free: a semaphore that cannot be opened again leaves the run record's
+    /// mutex, a mutex that cannot be locked leaves the semaphore.
     void lock();
     void unlock();
 

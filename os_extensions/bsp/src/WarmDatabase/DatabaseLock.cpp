@@ -2,37 +2,28 @@
 
 #include "DatabaseLog.hpp"
 #include "Layout.hpp"
+#include "SharedMemory.hpp"
 
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <mutex>
 #include <thread>
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
 namespace os::bsp::dtcm {
 namespace {
 
 using namespace std::chrono_literals;
 
-// Only a process that knows nothing of the record is waited for in these steps.
+// Poll interval while a process that uses only the semaphore holds it.
 constexpr auto WaitingStep = 1ms;
 
-// How often a semaphore that may be held by nobody is found taken, a second long, before it is
-// adopted: somebody may hold it after all. Time alone would pass while this process is stopped.
+// How many tries, one step apart, a semaphore that may be held by nobody must fail before it is
+// adopted. Tries and not time, which also passes while this process is stopped.
 constexpr int OrphanTries = 1000;
-
-// Where the C library keeps the semaphore.
-constexpr const char* SemaphoreFile = "/dev/shm/sem.DtcmDbSharedSem";
-
-// Tells the semaphore that has the name now from every other one that anybody still uses; 0 when
-// there is none.
-std::uint32_t currentNumber() {
-    struct stat status {};
-    return stat(SemaphoreFile, &status) == 0 ? static_cast<std::uint32_t>(status.st_ino) : 0;
-}
 
 // Read and written by the owner of the record's mutex, which orders what owners do.
 template <class Value>
@@ -40,48 +31,53 @@ Value load(const std::atomic<Value>& place) {
     return place.load(std::memory_order_relaxed);
 }
 
-// For whoever succeeds this process when it has died: then all of its stores are done that came
-// before, and none that would have come after. Only the compiler has to keep that order.
+// Read by others only after this process has died, when all its earlier stores are visible; so only
+// the compiler must not reorder them.
 template <class Value>
 void store(std::atomic<Value>& place, Value value) {
     std::atomic_signal_fence(std::memory_order_release);
     place.store(value, std::memory_order_relaxed);
 }
 
-enum class Call : std::uint8_t { MutexLock, SemOpen, SemWait };
+enum Call : std::uint8_t { MutexLock, SemOpen, SemWait };
 
 constexpr const char* CallNames[] = {"pthread_mutex_lock", "sem_open", "sem_wait"};
 
-// What this thread has to give back, and to report after that.
+// Which locks this thread holds, and what to report once they are released.
 struct Hold {
     bool mutex = false;
-    bool semaphore = false;
-    bool tookOver = false; // from a holder that has died
-    Call failed{};         // with this error, if any
-    int error = 0;
+    bool tookOver = false;
+    sem_t* semaphore = nullptr;
+    int errors[std::size(CallNames)] = {};
 };
 
 [[gnu::tls_model("initial-exec")]] constinit thread_local Hold held;
 
-void noteFailure(Call call, int error) {
-    held.failed = call;
-    held.error = error;
-}
+// Held while a semaphore is opened, made or closed, and by a thread that forks: the child would
+// inherit the C library's lock of its list of semaphores, if that is taken, for ever.
+constinit std::mutex handles;
 
-void waitAlone(sem_t* semaphore) {
-    const int error = waitFor(semaphore);
-    held.semaphore = error == 0;
-    if (error != 0) {
-        noteFailure(Call::SemWait, error);
-    }
-}
+[[maybe_unused]] const int forks = pthread_atfork(
+    [] { handles.lock(); }, [] { handles.unlock(); },
+    [] {
+        handles.unlock();
+        held = {}; // the parent's thread holds that
+    });
 
-// Never above 1: whoever was taken for dead may have posted after all.
-void post(sem_t* semaphore) {
+bool isTaken(sem_t* semaphore) {
     int value = 0;
-    if (sem_getvalue(semaphore, &value) == 0 && value == 0) {
+    return sem_getvalue(semaphore, &value) == 0 && value == 0;
+}
+
+// Never above 1: a holder that was believed dead may have posted after all.
+void post(sem_t* semaphore) {
+    if (isTaken(semaphore)) {
         sem_post(semaphore);
     }
+}
+
+[[gnu::noinline]] void waitAStep() {
+    std::this_thread::sleep_for(WaitingStep);
 }
 
 void report(const Hold& hold) {
@@ -90,11 +86,12 @@ void report(const Hold& hold) {
             databaseLog(), 2, __LINE__, "lock",
             "Warning: a process died with the database lock, it was taken over");
     }
-    if (hold.error != 0) {
-        BSP_LOG_AT(
-            databaseLog(), 1, __LINE__, "lock", "error in ",
-            CallNames[static_cast<std::size_t>(hold.failed)],
-            " error: ", std::strerror(hold.error));
+    for (std::size_t call = 0; call < std::size(CallNames); ++call) {
+        if (const int error = hold.errors[call]; error != 0) {
+            BSP_LOG_AT(
+                databaseLog(), 1, __LINE__, "lock", "error in ", CallNames[call],
+                " error: ", std::strerror(error));
+        }
     }
 }
 
@@ -109,48 +106,33 @@ int waitFor(sem_t* semaphore) {
     return 0;
 }
 
-// The name may be removed, and made anew, at any moment.
+// The name may go to another semaphore at any moment.
 DatabaseLock::Result DatabaseLock::openSemaphore() {
+    const std::lock_guard guard(handles);
     sem_t* semaphore = nullptr;
     int error = 0;
     do {
-        if (semaphore = std::exchange(m_semaphore, nullptr); semaphore != nullptr) {
+        if (semaphore != nullptr) {
             sem_close(semaphore);
         }
-        m_number = currentNumber();
+        m_number = fileNumber(DatabaseSemaphoreFile);
         semaphore = sem_open(DatabaseSemaphoreName, 0);
-        error = errno;
-        m_semaphore = semaphore != SEM_FAILED ? semaphore : nullptr;
-    } while (currentNumber() != m_number);
-    errno = error;
-    return m_semaphore != nullptr ? Result::Done
-           : error == ENOENT      ? Result::TryOther
-                                  : Result::Failed;
+        error = semaphore != SEM_FAILED ? 0 : errno;
+    } while (fileNumber(DatabaseSemaphoreFile) != m_number);
+    sem_t* const old = m_semaphore.exchange(semaphore);
+    if (old != nullptr && !m_mutexFailed) { // else another thread may be using it without the mutex
+        sem_close(old);
+    }
+    const int lastError = std::exchange(m_openError, error);
+    errno = error != lastError ? error : 0;
+    return error == 0 ? Result::Done : error == ENOENT ? Result::TryOther : Result::Failed;
 }
 
-// While it is being made the record has none, which nobody may hold: so it stays when this process
-// dies, or fails for want of memory with the semaphore already there.
 DatabaseLock::Result DatabaseLock::makeSemaphore() {
     held = {};
     const bool recorded = m_record != nullptr && takeMutex();
-    const Progress left = recorded ? load(m_record->progress) : Progress::Away;
-    const std::uint32_t leftNumber = recorded ? load(m_record->semaphore) : 0;
-    if (recorded) {
-        note(0, Progress::Moving);
-    }
-    sem_t* const semaphore = sem_open(DatabaseSemaphoreName, O_CREAT | O_EXCL, 0666, 0);
-    const int error = errno;
-    held.semaphore = semaphore != SEM_FAILED;
-    if (held.semaphore) {
-        m_semaphore = semaphore;
-        m_number = currentNumber();
-    }
-    if (recorded && held.semaphore) {
-        note(m_number, Progress::Holding);
-    } else if (recorded && (error == EEXIST || currentNumber() == 0)) {
-        note(leftNumber, left); // nothing was made
-    }
-    if (held.semaphore) {
+    const int error = recorded ? createRecordedSemaphore() : createSemaphore();
+    if (error == 0) {
         return Result::Done;
     }
     give();
@@ -158,42 +140,79 @@ DatabaseLock::Result DatabaseLock::makeSemaphore() {
     return error == EEXIST ? Result::TryOther : Result::Failed;
 }
 
+// While this process owns the mutex, only a process without the record can make a semaphore as
+// well. If none was made, the record says again what it said before. If there is one, but no memory
+// for its handle, the record says what a death would leave.
+int DatabaseLock::createRecordedSemaphore() {
+    if (fileNumber(DatabaseSemaphoreFile) != 0) {
+        return EEXIST;
+    }
+    const Progress progress = load(m_record->progress);
+    const std::uint32_t number = load(m_record->semaphore);
+    const ColdRestart coldRestart = load(m_record->coldRestart);
+    note(0, Progress::Moving);
+    notePending();
+    const int error = createSemaphore();
+    if (error == 0) {
+        note(m_number, Progress::Holding);
+    } else if (error == EEXIST || m_number == 0) {
+        store(m_record->coldRestart, coldRestart);
+        note(number, progress);
+    }
+    return error;
+}
+
+int DatabaseLock::createSemaphore() {
+    const std::lock_guard guard(handles);
+    sem_t* const semaphore = sem_open(DatabaseSemaphoreName, O_CREAT | O_EXCL, 0666, 0);
+    const int error = semaphore != SEM_FAILED ? 0 : errno;
+    held.semaphore = semaphore;
+    m_semaphore = semaphore;
+    m_number = fileNumber(DatabaseSemaphoreFile);
+    return error;
+}
+
+void DatabaseLock::noteRestart() {
+    take();
+    if (held.mutex && fileNumber(DatabaseSemaphoreFile) == 0) {
+        notePending();
+    }
+    give();
+}
+
+void DatabaseLock::notePending() {
+    if (load(m_record->coldRestart) == ColdRestart::Unasked) {
+        store(m_record->coldRestart, ColdRestart::Pending);
+    }
+}
+
 void DatabaseLock::take() {
     held = {};
-    const bool recorded = m_record != nullptr && takeMutex();
-    if (recorded && load(m_record->semaphore) != m_number) {
+    if (m_record == nullptr || !takeMutex()) {
+        waitAlone();
+        return;
+    }
+    if (load(m_record->semaphore) != m_number) {
         changeSemaphore();
     }
-    if (m_semaphore != nullptr && recorded) {
+    if (load(m_semaphore) != nullptr) {
         takeSemaphore();
-    } else if (m_semaphore != nullptr) {
-        waitAlone(m_semaphore);
     }
 }
 
 void DatabaseLock::give() {
     const Hold hold = std::exchange(held, {});
-    sem_t* const semaphore = hold.semaphore ? m_semaphore : nullptr;
-    RunRecord* const record = hold.mutex ? m_record : nullptr;
-    if (semaphore != nullptr && record != nullptr) {
-        store(record->progress, Progress::Moving);
-        post(semaphore);
-        store(record->progress, Progress::Away);
-    } else if (semaphore != nullptr) {
-        post(semaphore);
+    if (hold.semaphore != nullptr && hold.mutex) {
+        store(m_record->progress, Progress::Moving);
+        post(hold.semaphore);
+        store(m_record->progress, Progress::Away);
+    } else if (hold.semaphore != nullptr) {
+        post(hold.semaphore);
     }
-    if (record != nullptr) {
-        pthread_mutex_unlock(&record->mutex);
+    if (hold.mutex) {
+        pthread_mutex_unlock(&m_record->mutex);
     }
     report(hold);
-}
-
-bool DatabaseLock::holdsSemaphore() noexcept {
-    return held.semaphore;
-}
-
-void DatabaseLock::forgetHold() noexcept {
-    held = {};
 }
 
 bool DatabaseLock::takeMutex() {
@@ -203,71 +222,76 @@ bool DatabaseLock::takeMutex() {
     if (held.tookOver) {
         pthread_mutex_consistent(&m_record->mutex);
     } else if (!held.mutex) {
-        noteFailure(Call::MutexLock, result);
+        held.errors[MutexLock] = result;
+        m_mutexFailed = true;
     }
     return held.mutex;
 }
 
-// Whoever dies on the way leaves a semaphore that nobody may hold.
+void DatabaseLock::waitAlone() {
+    sem_t* const semaphore = m_semaphore;
+    if (semaphore != nullptr) {
+        held.errors[SemWait] = waitFor(semaphore);
+        held.semaphore = held.errors[SemWait] == 0 ? semaphore : nullptr;
+    }
+}
+
+// A death on the way leaves a semaphore that nobody may hold.
 void DatabaseLock::note(std::uint32_t number, Progress progress) {
     store(m_record->progress, Progress::Moving);
     store(m_record->semaphore, number);
     store(m_record->progress, progress);
 }
 
-// From one that nobody is to use any more to the one that has the name. None of those who use the
-// record has had that one, if it is not the record's, but for a maker that died.
+// To the semaphore that has the name. If the record names an older one, a process without the
+// record has made this one.
 void DatabaseLock::changeSemaphore() {
     if (openSemaphore() == Result::Failed) {
-        noteFailure(Call::SemOpen, errno);
+        held.errors[SemOpen] = errno;
     }
     const std::uint32_t number = load(m_record->semaphore);
-    if (m_semaphore != nullptr && m_number != number) {
-        note(m_number, number == 0 ? load(m_record->progress) : Progress::Away);
+    if (load(m_semaphore) == nullptr) {
+        m_number = number; // the mutex alone, until that changes
+    } else if (number != 0 && number != m_number) {
+        note(0, Progress::Away);
     }
-    m_number = load(m_record->semaphore);
 }
 
+// The record keeps what a process that has died has left until this one has the semaphore, since it
+// may die, too, while it waits.
 void DatabaseLock::takeSemaphore() {
-    const Progress left = load(m_record->progress); // by a holder that has died, if not Away
-    held.semaphore = left == Progress::Holding;
-    if (!held.semaphore && !tryTake(left)) {
-        await(left);
-    }
-}
-
-// What others have left stands while this process sleeps: it may die in that time, but not be taken
-// for a holder.
-void DatabaseLock::await(Progress left) {
-    for (int tries = 1; held.error == 0; ++tries) {
+    const Progress left = load(m_record->progress);
+    for (int tries = 1; left != Progress::Holding && !tryTake(left); ++tries) {
+        if (held.errors[SemWait] != 0) {
+            return;
+        }
         if (left == Progress::Moving && tries == OrphanTries) {
-            adopt();
-            return;
+            break;
         }
-        std::this_thread::sleep_for(WaitingStep);
-        if (tryTake(left)) {
-            return;
-        }
+        waitAStep();
     }
+    store(m_record->semaphore, m_number);
+    store(m_record->progress, Progress::Holding);
+    held.semaphore = load(m_semaphore);
 }
 
-bool DatabaseLock::tryTake(Progress otherwise) {
+// A semaphore that the record does not name has a maker without the record, or one that has died.
+// Only the former ever posts it, and has cleared the area by then.
+bool DatabaseLock::tryTake(Progress left) {
+    if (load(m_record->semaphore) != m_number) {
+        if (isTaken(load(m_semaphore))) {
+            return false;
+        }
+        store(m_record->coldRestart, ColdRestart::Handled);
+    }
     store(m_record->progress, Progress::Moving);
-    if (sem_trywait(m_semaphore) == 0) {
-        adopt();
+    if (sem_trywait(load(m_semaphore)) == 0) {
         return true;
     }
     const int error = errno;
-    store(m_record->progress, otherwise);
-    if (error != EAGAIN && error != EINTR) {
-        noteFailure(Call::SemWait, error);
-    }
+    store(m_record->progress, left);
+    held.errors[SemWait] = error == EAGAIN || error == EINTR ? 0 : error;
     return false;
-}
-
-void DatabaseLock::adopt() {
-    store(m_record->progress, Progress::Holding);
-    held.semaphore = true;
 }
 
 } // namespace os::bsp::dtcm

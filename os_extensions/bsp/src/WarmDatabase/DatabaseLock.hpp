@@ -2,21 +2,25 @@
 
 #include "RunRecord.hpp"
 
+#include <atomic>
+#include <cstdint>
+
 #include <semaphore.h>
 
 namespace os::bsp::dtcm {
 
 /// The lock that every process takes before it looks for a block: the run record's mutex, then the
-/// database semaphore that has the name now. A holder that dies is succeeded by whoever takes the
-/// lock next. A process that knows only the semaphore is waited for as long as it lives, until the
-/// name is made anew.
+/// database semaphore that has the name now. If a holder dies, the next process that takes the lock
+/// takes it over. A process that uses only the semaphore is waited for as long as it lives, until
+/// another semaphore gets the name.
 ///
-/// Set up once, before it is used by more than one thread. Without a record it is the semaphore
-/// alone, without a semaphore the mutex alone. Nothing is logged or allocated while it is held, but
-/// by the opening or making of a semaphore.
+/// Set up once, before more than one thread uses it. Without a record the lock is the semaphore
+/// alone, without a semaphore the mutex alone. While it is held, nothing is logged or allocated,
+/// except that a semaphore is opened or made. tests/model/DatabaseLock.pml is this lock as a model:
+/// change both together.
 class DatabaseLock {
 public:
-    enum class Result { Done, TryOther, Failed }; // Failed: with errno set
+    enum class Result { Done, TryOther, Failed }; // Failed: with errno set, 0 if that is no news
 
     void useRecord(RunRecord* record) noexcept { m_record = record; }
     RunRecord* record() const noexcept { return m_record; }
@@ -24,37 +28,43 @@ public:
     /// TryOther when there is none.
     Result openSemaphore();
 
-    /// Done when this process has made it, and this thread has taken the lock. TryOther when there
-    /// is one.
+    /// Notes a cold restart as pending, and creates the semaphore. Done when
+    /// this process has created it, and this thread holds the lock. TryOther when there is one.
     Result makeSemaphore();
 
-    /// In the same thread, and not re-entrant. What went wrong meanwhile is logged by give(), once
-    /// the lock is free. A second give() does nothing.
+    /// Notes a cold restart as pending if no process has made a semaphore yet, for a process that
+    /// fails before it comes to that.
+    void noteRestart();
+
+    /// In the same thread, and not re-entrant. Once the lock is free, give() reports what failed
+    /// in the meantime. Without take(), or in a forked child, give() does nothing.
     void take();
     void give();
 
-    /// Whether this thread has taken the semaphore, too.
-    static bool holdsSemaphore() noexcept;
-
-    /// In a forked child: what its parent's thread has taken is not its own to give back.
-    static void forgetHold() noexcept;
+    /// The file of the semaphore that this process uses, as fileNumber() counts; 0 without one.
+    std::uint32_t number() const noexcept { return m_number; }
 
 private:
     // Inline: the path of every lookup, which finds the lock free.
     inline bool takeMutex();
     inline void takeSemaphore();
-    inline bool tryTake(Progress otherwise);
-    void await(Progress left);
-    void adopt();
+    inline bool tryTake(Progress left);
+    int createRecordedSemaphore();
+    int createSemaphore();
+    void notePending();
+    void waitAlone();
     void changeSemaphore();
     void note(std::uint32_t number, Progress progress);
 
     RunRecord* m_record = nullptr;
-    sem_t* m_semaphore = nullptr;
-    std::uint32_t m_number = 0; // of the semaphore, or of the one that could not be opened
+    std::atomic<sem_t*> m_semaphore = nullptr;
+    std::uint32_t m_number =
+        0;               // of the semaphore; without one, of the record's when that was tried
+    int m_openError = 0; // of the last opening
+    std::atomic<bool> m_mutexFailed = false;
 };
 
-/// Waits through signals. 0, or the number of the error that the wait ended with.
+/// Waits through signals. 0, or the errno value with which the wait failed.
 int waitFor(sem_t* semaphore);
 
 /// The process's one.

@@ -19,6 +19,10 @@ inline constexpr const char* WarmAreaDevice = "top.dtcm0";
 inline constexpr const char* SyncAreaName = "/DtcmSync";
 inline constexpr const char* DatabaseSemaphoreName = "/DtcmDbSharedSem";
 
+// Where the C library keeps the shared objects of these names.
+inline constexpr const char* SyncAreaFile = "/dev/shm/DtcmSync";
+inline constexpr const char* DatabaseSemaphoreFile = "/dev/shm/sem.DtcmDbSharedSem";
+
 inline constexpr std::size_t WarmAreaSize = 32768;
 inline constexpr std::size_t BlockSize = 1536;
 inline constexpr std::size_t BlockNameSize = 16;

@@ -91,6 +91,11 @@ SharedObject openSharedObject(
     return {memory, create, std::move(object)};
 }
 
+std::uint32_t fileNumber(const char* file) {
+    struct stat status {};
+    return stat(file, &status) == 0 ? static_cast<std::uint32_t>(status.st_ino) : 0;
+}
+
 std::byte* makePrivateArea(std::size_t size, void* reserve) {
     void* const memory =
         mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);

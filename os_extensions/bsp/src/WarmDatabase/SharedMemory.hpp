@@ -4,6 +4,7 @@
 #include "FileDescriptor.hpp"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace os::bsp::dtcm {
 
@@ -21,6 +22,11 @@ struct SharedObject {
 /// So of all processes that ask at once, one makes the object, and all others get it finished.
 SharedObject openSharedObject(
     const char* name, std::size_t size, int flags, int (*initialise)(std::byte* memory));
+
+/// The inode number of a shared object's file, which tells it from all others that have had the
+/// same name in this system run, as tmpfs numbers files in the order of their creation. 0 without a
+/// file.
+std::uint32_t fileNumber(const char* file);
 
 /// Zero-filled memory of this process alone, in place of an area that cannot be shared: mapped, or
 /// where that fails, `reserve`. Never given back: other threads may use it to the very end.

@@ -11,7 +11,10 @@
 
 #include <cassert>
 #include <cerrno>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include <pthread.h>
 #include <sys/mman.h>
@@ -22,11 +25,16 @@ namespace {
 
 [[maybe_unused]] const LogModule& logAtStartup = databaseLog();
 
-// What follows belongs to the one instance; it stands here because the class is part of the
-// interface.
+// State of the one instance that is kept out of the public header.
 
-// A process that is forked later has a copy of the instance, but has made nothing.
-pid_t maker = 0;
+// Shared objects that this process has created: a child that it forks has a copy of the instance,
+// but has created nothing.
+struct Created {
+    pid_t by;
+    std::uint32_t semaphore; // as fileNumber() counts
+    std::uint32_t syncArea;
+};
+constinit Created created{};
 
 constinit WarmArea reserveWarmArea{};
 constinit SyncArea reserveSyncArea{};
@@ -64,36 +72,24 @@ void useRunRecord() {
     databaseLock().useRecord(record);
 }
 
-// What this run's processes have noted about the cold restart; null without a record, or with a
-// private area, which says nothing about the unit's own.
-std::atomic<ColdRestart>* coldRestartNote(bool areaIsShared) {
-    RunRecord* const record = areaIsShared ? databaseLock().record() : nullptr;
-    return record != nullptr ? &record->coldRestart : nullptr;
-}
-
-// From here on nobody works with the area before somebody has seen to the restart, even if this
-// process is killed, or has no memory for more or not the unit's own area.
-void noteColdRestartDue() {
-    auto unasked = ColdRestart::Unasked;
-    if (RunRecord* const record = databaseLock().record(); record != nullptr) {
-        record->coldRestart.compare_exchange_strong(unasked, ColdRestart::Due);
-    }
-}
-
 } // namespace
 
+// Not by a local static's own guard: in a child forked while another thread constructs the instance
+// that guard would never open, while glibc's pthread_once() starts again there.
 WarmDatabase& WarmDatabase::getInstance() {
-    static WarmDatabase instance;
-    return instance;
+    static constinit pthread_once_t constructed = PTHREAD_ONCE_INIT;
+    alignas(WarmDatabase) static constinit std::byte instance[sizeof(WarmDatabase)]{};
+    pthread_once(&constructed, [] {
+        new (instance) WarmDatabase;
+        std::atexit([] { getInstance().~WarmDatabase(); });
+    });
+    return *std::launder(reinterpret_cast<WarmDatabase*>(instance));
 }
 
 WarmDatabase::WarmDatabase() {
-    maker = getpid();
+    created.by = getpid();
     // A child may come to have that process id, when it is used again or in a namespace of its own.
-    pthread_atfork(nullptr, nullptr, [] {
-        maker = 0;
-        DatabaseLock::forgetHold();
-    });
+    pthread_atfork(nullptr, nullptr, [] { created.by = 0; });
     try {
         memoryMapTheDatabase();
         useRunRecord();
@@ -101,6 +97,7 @@ WarmDatabase::WarmDatabase() {
         initBlockSynchronization();
     } catch (...) {
         reportCaught(databaseLog(), __func__);
+        databaseLock().noteRestart();
     }
     if (m_mappedMemory == nullptr) {
         m_mappedMemory = makePrivateArea(WarmAreaSize, &reserveWarmArea);
@@ -110,13 +107,16 @@ WarmDatabase::WarmDatabase() {
     }
 }
 
-// Mappings and handles are left to the system: other threads may be using them to the very end.
+// Unlinks what this process has created, unless the name belongs to another object by now. The
+// system ends mappings and handles: other threads may be using them to the very end.
 WarmDatabase::~WarmDatabase() {
-    const bool namesAreOurs = getpid() == maker;
-    if (m_databaseSemaphoreCreated && namesAreOurs) {
+    if (getpid() != created.by) {
+        return;
+    }
+    if (m_databaseSemaphoreCreated && fileNumber(DatabaseSemaphoreFile) == created.semaphore) {
         sem_unlink(DatabaseSemaphoreName);
     }
-    if (m_blockSyncCreated && namesAreOurs) {
+    if (m_blockSyncCreated && fileNumber(SyncAreaFile) == created.syncArea) {
         shm_unlink(SyncAreaName);
     }
 }
@@ -136,18 +136,16 @@ void WarmDatabase::memoryMapTheDatabase() {
 
 bool WarmDatabase::initDatabaseSemaphore() const {
     using Result = DatabaseLock::Result;
-    Result result = Result::TryOther;
+    Result result = databaseLock().openSemaphore();
     while (result == Result::TryOther) {
-        result = databaseLock().openSemaphore();
-        if (result == Result::TryOther) {
-            noteColdRestartDue();
-            const ResetType cause = getResetType(); // not to be asked while the lock is held
-            result = databaseLock().makeSemaphore();
-            if (result == Result::Done) {
-                clearDatabaseIfColdRestart(cause);
-                return true;
-            }
+        const ResetType cause = getResetType(); // not to be asked while the lock is held
+        result = databaseLock().makeSemaphore();
+        if (result == Result::Done) {
+            created.semaphore = databaseLock().number();
+            clearDatabaseIfColdRestart(cause);
+            return true;
         }
+        result = result == Result::TryOther ? databaseLock().openSemaphore() : result;
     }
     if (result == Result::Failed) {
         BSP_LOG(databaseLog(), 1, "error in sem_open error: ", std::strerror(errno));
@@ -155,16 +153,17 @@ bool WarmDatabase::initDatabaseSemaphore() const {
     return false;
 }
 
-// Called with the lock, which it gives back before it logs.
+// Called with the lock, which it gives back before it logs. A private area is as empty as a cleared
+// one, but leaves a cold restart pending for a process with the unit's own.
 void WarmDatabase::clearDatabaseIfColdRestart(ResetType cause) const {
-    auto* const note = coldRestartNote(m_mappedMemoryIsShared);
+    RunRecord* const record = databaseLock().record();
     const bool cold = cause == ResetType::Cold;
-    const bool handled = note != nullptr && *note == ColdRestart::Handled;
+    const bool handled = record != nullptr && record->coldRestart == ColdRestart::Handled;
     if (cold && !handled) {
         warmArea(m_mappedMemory).clear();
     }
-    if (note != nullptr) {
-        *note = ColdRestart::Handled;
+    if (record != nullptr && (m_mappedMemoryIsShared || !cold)) {
+        record->coldRestart = ColdRestart::Handled;
     }
     databaseLock().give();
     BSP_LOG(
@@ -175,8 +174,8 @@ void WarmDatabase::clearDatabaseIfColdRestart(ResetType cause) const {
     logNamesOfUsedBlocks();
 }
 
-// For a creator of the semaphore that has died, or failed, before it saw to the restart. What fails
-// here is left to the next who takes the lock.
+// For a creator of the semaphore that has died, or has failed, before it handled the restart. What
+// fails here is left to the next process that takes the lock.
 void WarmDatabase::catchUpWithColdRestart() const {
     try {
         const ResetType cause = getResetType(); // not to be asked while the lock is held
@@ -197,20 +196,18 @@ void WarmDatabase::initBlockSynchronization() {
     area.descriptor.release(); // it stays open
     m_blockSync = area.memory;
     m_blockSyncCreated = area.created;
+    created.syncArea = fileNumber(SyncAreaFile);
 }
 
 // NOLINTNEXTLINE(readability-make-member-function-const): as callers know it
 void WarmDatabase::lock() {
     databaseLock().take();
-    auto* const note = coldRestartNote(m_mappedMemoryIsShared);
-    const auto noted =
-        note != nullptr ? note->load(std::memory_order_relaxed) : ColdRestart::Handled;
-    if (noted == ColdRestart::Due) {
+    const RunRecord* const record = m_mappedMemoryIsShared ? databaseLock().record() : nullptr;
+    if (record != nullptr &&
+        record->coldRestart.load(std::memory_order_relaxed) == ColdRestart::Pending) {
         databaseLock().give();
         catchUpWithColdRestart();
         databaseLock().take();
-    } else if (noted == ColdRestart::Unasked && DatabaseLock::holdsSemaphore()) {
-        *note = ColdRestart::Handled; // by a maker without a record, which lets others in
     }
 }
 
