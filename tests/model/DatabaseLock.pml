@@ -1,0 +1,142 @@
+/* The database lock as DatabaseLock.cpp takes it, and the cold restart as WarmDatabase.cpp handles it.
+   Change the code and this model together. Every store to shared state is a step, and a process may
+   be killed before each step. tests/model/check lists the runs. A run finds each way in which two
+   processes are inside at once, use different semaphores, use the area before it is cleared, clear
+   it while it is in use, raise a semaphore above 1, or wait for ever ("invalid end state").
+
+     PROCESSES with the record, the first of which may lack the device; DEATHS of them in all.
+     SEMAPHORES that can be made in all; after that making one fails. FAILURES of sem_open besides.
+     STRANGER 1: one more process uses only the semaphore; 2: it makes one, too, if there is none.
+     FAULT planted: 1 the record's number is never written, 2 it is not 0 while a semaphore is made,
+       3 nobody changes to a newer semaphore, 4 a cold restart is not noted as pending, 5 nor as
+       handled when a stranger's semaphore is free, 6 a maker does not look for the name again.
+
+   Nothing is promised once a process has presumed too much: it has adopted a semaphore that the
+   stranger held for the whole patience, or has cleared the area without holding the semaphore that
+   the stranger made, since it could not open that or has an older one. Nor is a stranger's clearing known to those who come after it has ended. Threads, and the mutex that guards handles within a process, are left out. */
+mtype = { Away, Moving, Holding };
+mtype = { Unasked, Pending, Handled };
+
+mtype progress = Away, restart = Unasked; /* the run record */
+byte number, mutex;                       /* the mutex: its owner, or 0 */
+byte name, made, value[SEMAPHORES + 1];   /* name: the semaphore that has it, or 0 */
+byte inside, with;                        /* who is, with which semaphore */
+byte held, strange;                       /* the semaphores that the stranger holds, and has made */
+bool dead[PROCESSES + 1], cleared, used, presumed;
+byte failures = FAILURES, deaths = DEATHS;
+
+inline create() { made++; name = made }
+inline post(s)  { value[s]++; assert(value[s] <= 1 || presumed) }
+
+inline open() { /* mine is also the number of a semaphore that cannot be opened */
+    atomic { if :: semaphore = name :: failures > 0 -> failures--; semaphore = 0 fi; mine = name } }
+
+inline note(n, p) {
+    progress = Moving;
+    if :: FAULT != 1 && (FAULT != 2 || n != 0) -> number = n :: else fi;
+    progress = p }
+
+inline give() {
+    if :: holds -> progress = Moving;
+                   atomic { if :: value[semaphore] == 0 -> post(semaphore) :: else fi };
+                   progress = Away; holds = false
+       :: else fi;
+    mutex = 0 }
+
+inline handle() { /* by a process that holds the lock and knows that the restart was a cold one */
+    atomic { if :: device && restart != Handled ->
+                   presumed = presumed || (strange != 0 && semaphore != strange);
+                   assert(!used || presumed); cleared = true
+                :: else fi };
+    if :: device -> restart = Handled :: else fi }
+
+inline restore() { restart = leftRestart; note(leftNumber, left) }
+
+proctype Process(byte me) {
+    byte semaphore, mine, leftNumber; mtype left = Away, leftRestart = Unasked;
+    bool holds, maker, device, asked, done;
+    {
+        if :: device = true :: me == 1 -> device = false fi;
+
+start:  open();
+        if :: mine != 0 -> goto work :: else fi;
+        atomic { mutex == 0 -> mutex = me };
+        if :: name != 0 && FAULT != 6 -> mutex = 0; goto start :: else fi;
+        atomic { left = progress; leftNumber = number; leftRestart = restart };
+        note(0, Moving);
+        if :: restart == Unasked && FAULT != 4 -> restart = Pending :: else fi;
+        if :: atomic { name == 0 && made < SEMAPHORES -> create(); semaphore = made; mine = made };
+              note(mine, Holding); holds = true; maker = true; handle(); give()
+           :: name != 0 -> restore(); mutex = 0; goto start
+           :: made == SEMAPHORES && name == 0 -> restore(); mutex = 0
+           :: atomic { failures > 0 && name == 0 && made < SEMAPHORES ->
+                       failures--; create(); mine = made };
+              mutex = 0 /* no memory for the handle, but the semaphore is there */
+        fi;
+
+work:   do :: done -> break
+           :: !done ->
+              atomic { mutex == 0 -> mutex = me };
+              if :: number != mine && FAULT != 3 ->
+                    open();
+                    if :: semaphore == 0 -> mine = number
+                       :: semaphore != 0 && number != 0 && number != mine -> note(0, Away)
+                       :: else fi
+                 :: else fi;
+              left = progress;
+              do :: semaphore == 0 -> break
+                 :: semaphore != 0 && (left == Holding || holds) ->
+                    if :: FAULT != 1 -> number = mine :: else fi;
+                    progress = Holding; holds = true; break
+                 :: semaphore != 0 && left != Holding && !holds ->
+                    if :: number != mine && value[semaphore] == 0 -> skip
+                       :: else ->
+                          if :: number != mine && FAULT != 5 -> restart = Handled :: else fi;
+                          progress = Moving;
+                          atomic { if :: value[semaphore] > 0 -> value[semaphore]--; holds = true
+                                      :: else fi };
+                          if :: !holds -> progress = left :: else fi
+                    fi;
+                    if :: holds || value[semaphore] > 0
+                       :: atomic { !holds && left == Moving && value[semaphore] == 0 ->
+                                   presumed = presumed || held == semaphore; holds = true }
+                    fi
+              od;
+              if :: asked -> asked = false; handle(); give(); goto work
+                 :: !asked && device && restart == Pending -> asked = true; give(); goto work
+                 :: else fi;
+              atomic { assert(inside == 0 && (!holds || semaphore == number));
+                       inside = me; with = (holds -> semaphore : 0);
+                       assert(presumed || !holds || held != semaphore);
+                       if :: device && (holds || restart != Unasked) ->
+                             assert(cleared || presumed); used = true :: else fi };
+              inside = 0; done = true; give()
+           :: break /* without having used it */
+        od;
+        if :: maker -> atomic { if :: name == mine -> name = 0 :: else fi } :: else fi
+    } unless { dead[me] };
+    atomic { semaphore = 0; mine = 0; leftNumber = 0; left = Away; leftRestart = Unasked; /* fewer states */
+             holds = false; maker = false; device = false; asked = false; done = false }
+}
+
+proctype Stranger() {
+    byte semaphore, uses; bool maker;
+    do :: uses < 2 -> uses++;
+end:      if :: atomic { name != 0 -> semaphore = name }
+             :: semaphore != 0 -> skip
+             :: atomic { STRANGER == 2 && name == 0 && made < SEMAPHORES -> create();
+                         semaphore = made; held = made; strange = made; maker = true };
+                atomic { cleared = true; used = true }; goto leave
+          fi;
+endWait:  atomic { value[semaphore] > 0 -> value[semaphore]--; held = semaphore;
+                   assert(presumed || inside == 0 || with != semaphore) };
+leave:    atomic { held = 0; post(semaphore) }
+       :: if :: maker -> atomic { name = 0; used = used && restart == Handled } :: else fi; break
+    od
+}
+
+init { byte i;
+    atomic { for (i : 1 .. PROCESSES) { run Process(i) };
+             if :: STRANGER > 0 -> run Stranger() :: else fi };
+end: do :: deaths > 0 -> atomic { deaths--; select (i : 1 .. PROCESSES); dead[i] = true;
+            if :: mutex == i -> mutex = 0 :: else fi; if :: inside == i -> inside = 0 :: else fi } od }
