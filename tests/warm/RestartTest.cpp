@@ -2,6 +2,7 @@
 #include "Process.hpp"
 #include "TolvTrace.h"
 #include "Unit.hpp"
+#include "bsp/Bsp.h"
 #include "bsp/ResetType.hpp"
 
 #include <gtest/gtest.h>
@@ -240,15 +241,15 @@ std::string lastReset() {
 
 TEST(ResetType, IsToldByTheRegisterOrByTheMarkerFile) {
     const std::tuple<unit::Code, std::string, bool, const char*> restarts[] = {
-        {RegisterUnit, {"\0\0\0\0\2", 5}, false, "Cold"},
-        {RegisterUnit, {"\1\0\0\0", 4}, true, "Warm"},
-        {RegisterUnit, {"\2\0\0\0", 4}, true, "Watchdog"},
-        {RegisterUnit, {"\3\0\0\0", 4}, true, "Unknown"},
-        {RegisterUnit, {"\x09\0\0\0", 4}, true, "EndOfList"},
-        {RegisterUnit, {"\0\0\0\x80", 4}, true, "EndOfList"},
-        {MarkerUnit, {"\2\0\0\0", 4}, true, "Cold"},
-        {MarkerUnit, {"\2\0\0\0", 4}, false, "Warm"},
-        {OtherUnit, {"\2\0\0\0", 4}, false, "Cold"},
+        {RegisterUnit, {"\0\0\0\0\2", 5}, false, "Cold 0"},
+        {RegisterUnit, {"\1\0\0\0", 4}, true, "Warm 1"},
+        {RegisterUnit, {"\2\0\0\0", 4}, true, "Watchdog 2"},
+        {RegisterUnit, {"\3\0\0\0", 4}, true, "Unknown 3"},
+        {RegisterUnit, {"\x09\0\0\0", 4}, true, "EndOfList 9"},
+        {RegisterUnit, {"\0\0\0\x80", 4}, true, "EndOfList -2147483648"},
+        {MarkerUnit, {"\2\0\0\0", 4}, true, "Cold 0"},
+        {MarkerUnit, {"\2\0\0\0", 4}, false, "Warm 1"},
+        {OtherUnit, {"\2\0\0\0", 4}, false, "Cold 0"},
     };
     for (const auto& [code, word, marked, type] : restarts) {
         std::filesystem::remove(Marker);
@@ -257,7 +258,9 @@ TEST(ResetType, IsToldByTheRegisterOrByTheMarkerFile) {
         }
         unit::writeEeprom(code);
         unit::writeFile(Register, word);
-        EXPECT_EQ(inChild([] { std::fputs(lastReset().c_str(), stdout); }).out, type);
+        EXPECT_EQ(
+            inChild([] { std::printf("%s %d", lastReset().c_str(), Bsp_getResetType()); }).out,
+            type);
     }
 }
 

@@ -9,6 +9,7 @@
 #include "bsp/Platform.hpp"
 #include "bsp/Product.hpp"
 #include "bsp/RadiolinkMode.hpp"
+#include "bsp/ResetType.hpp"
 #include "bsp/WarmDatabase.hpp"
 #include "bsp/WarmSlot.hpp"
 
@@ -118,6 +119,10 @@ int Bsp_clearRadiolinkMode() {
 
 const char* Bsp_getFpgaPath(const char* key) {
     return os::bsp::getFpgaPath(key);
+}
+
+int Bsp_getResetType() {
+    return asInt(os::bsp::getResetType());
 }
 
 int WarmDatabase_createObject(const char* blockName, void** data, unsigned objectSize) {

@@ -117,6 +117,17 @@ enum { Bsp_boardIdMapSize = 19 };
 /// All boards that have a name, not sorted.
 BSP_EXPORT extern const struct Bsp_BoardIdRow Bsp_boardIdMap[Bsp_boardIdMapSize];
 
+/// The cause of the last restart, a Bsp_ResetType value. Where it comes from depends on the unit:
+/// - platform Qor4: the first register of the device "top.sys_ctrl0", whose word is passed on
+///   without a range test. Bsp_ResetType_Unknown when the device is missing or cannot be read.
+/// - otherwise product TK8851_4: Bsp_ResetType_Cold when the file "/tmp/restart_cold" exists, else
+///   Bsp_ResetType_Warm.
+/// - any other unit: Bsp_ResetType_Cold.
+///
+/// The first answer other than Unknown is kept until the process ends; after Unknown the next call
+/// looks again.
+BSP_EXPORT int Bsp_getResetType(void);
+
 /// Programs the clock-synchroniser chip behind "/dev/idt" from "/etc/idt_<board name>.conf":
 /// hexadecimal numbers separated by white space, the low 8 bits of each going to one register, from
 /// register 8 on, at most 216. Progress and errors go to standard output, in lines that begin with
