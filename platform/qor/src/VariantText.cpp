@@ -1,7 +1,8 @@
 #include "VariantText.hpp"
 
+#include "Number.hpp"
+
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 #include <optional>
 
@@ -14,18 +15,6 @@ constexpr std::size_t WordsInRow = 16;
 
 using Words = std::vector<std::int32_t>;
 
-std::optional<std::int32_t> readNumber(std::string_view word) {
-    const bool hexadecimal = word.starts_with("0x") || word.starts_with("0X");
-    if (hexadecimal) {
-        word.remove_prefix(2);
-    }
-    std::int32_t number = 0;
-    const auto parsed = std::from_chars(word.begin(), word.end(), number, hexadecimal ? 16 : 10);
-    const bool sign = hexadecimal && word.starts_with('-');
-    const bool whole = !sign && parsed.ec == std::errc{} && parsed.ptr == word.end();
-    return whole ? std::optional(number) : std::nullopt;
-}
-
 std::optional<Words> readWords(std::string_view line) {
     line = line.substr(0, line.find('#'));
     Words words;
@@ -35,7 +24,7 @@ std::optional<Words> readWords(std::string_view line) {
             return words;
         }
         const auto end = std::min(line.find_first_of(Blanks), line.size());
-        const auto number = readNumber(line.substr(0, end));
+        const auto number = posix::parseNumber(line.substr(0, end));
         if (!number) {
             return std::nullopt;
         }

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <charconv>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+namespace posix {
+
+/// The number that the whole word is: decimal, or hexadecimal behind 0x and then without a sign.
+/// Nothing for any other word, also one with blanks, and for a number that is not a signed one of
+/// 32 bits.
+inline std::optional<std::int32_t> parseNumber(std::string_view word) {
+    const bool hexadecimal = word.starts_with("0x") || word.starts_with("0X");
+    if (hexadecimal) {
+        word.remove_prefix(2);
+    }
+    std::int32_t number = 0;
+    const auto parsed = std::from_chars(word.begin(), word.end(), number, hexadecimal ? 16 : 10);
+    const bool sign = hexadecimal && word.starts_with('-');
+    const bool whole = !sign && parsed.ec == std::errc{} && parsed.ptr == word.end();
+    return whole ? std::optional(number) : std::nullopt;
+}
+
+} // namespace posix
