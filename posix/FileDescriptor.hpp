@@ -3,9 +3,24 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <unistd.h>
 
 namespace posix {
+
+/// Switches cancellation of the thread off for its lifetime. close(), fclose() and write() are
+/// cancellation points: in a destructor, which lets no exception pass, they would end the process.
+/// The thread is cancelled at the next cancellation point behind.
+class NoCancellation {
+public:
+    NoCancellation() noexcept { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_state); }
+    ~NoCancellation() { pthread_setcancelstate(m_state, nullptr); }
+    NoCancellation(const NoCancellation&) = delete;
+    NoCancellation& operator=(const NoCancellation&) = delete;
+
+private:
+    int m_state = PTHREAD_CANCEL_ENABLE;
+};
 
 /// Owns one descriptor, or none.
 class FileDescriptor {
@@ -15,6 +30,7 @@ public:
     FileDescriptor& operator=(FileDescriptor&&) = delete;
     ~FileDescriptor() {
         if (m_fd >= 0) {
+            const NoCancellation whileClosing;
             close(m_fd);
         }
     }

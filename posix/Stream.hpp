@@ -8,7 +8,10 @@
 namespace posix {
 
 struct StreamCloser {
-    void operator()(std::FILE* stream) const noexcept { std::fclose(stream); }
+    void operator()(std::FILE* stream) const noexcept {
+        const NoCancellation whileClosing;
+        std::fclose(stream);
+    }
 };
 
 /// Owns a C stream, which is closed with its owner.

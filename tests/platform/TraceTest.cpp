@@ -1,4 +1,5 @@
 #include "PthreadMutex.hpp"
+#include "Stream.hpp"
 
 #include <gtest/gtest.h>
 
@@ -39,10 +40,13 @@ TEST(Trace, RecordIsOneLine) {
                              "[name] 2 dir/file:12 function: two\\x0alines\\x7f!\n");
 }
 
-TEST(Trace, RecordIsNoCancellationPoint) {
+TEST(Trace, NeitherRecordsNorClosingAreCancellationPoints) {
     TolvTrace trace("name", TolvTraceLevel{3});
     bool written = false;
     std::thread([&] {
+        const posix::Stream stream(std::fopen("/dev/null", "w"));
+        std::fputs("not written yet", stream.get());
+        const auto file = posix::FileDescriptor::own(open("/dev/null", O_RDONLY | O_CLOEXEC));
         pthread_cancel(pthread_self());
         trace.beginLogMsg(TolvTraceLevel{1}, Header);
         trace.endLogMsg();

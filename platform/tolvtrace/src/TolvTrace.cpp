@@ -1,12 +1,12 @@
 #include "TolvTrace.hpp"
 
+#include "FileDescriptor.hpp"
 #include "TraceLevels.hpp"
 
 #include <cerrno>
 #include <cstdio>
 #include <new>
 
-#include <pthread.h>
 #include <unistd.h>
 
 namespace {
@@ -45,14 +45,10 @@ void append(std::string& line, char character) {
     line += {'\\', 'x', Digits[code >> 4], Digits[code & 15]};
 }
 
-// A thread that is to be cancelled is not ended here, where no exception may pass, but at the next
-// cancellation point of its own.
 void writeLine(const std::string& line) {
-    int state = 0;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+    const posix::NoCancellation whileWriting;
     while (write(STDERR_FILENO, line.data(), line.size()) == -1 && errno == EINTR) {
     }
-    pthread_setcancelstate(state, nullptr);
 }
 
 } // namespace
