@@ -8,10 +8,9 @@ namespace platform {
 
 /// Where the unit's files begin: $QOR_PLATFORM_ROOT as it stood at the first call, or "/".
 inline const std::string& root() {
-    static const std::string value = [] {
-        const char* const fromEnvironment = secure_getenv("QOR_PLATFORM_ROOT");
-        return std::string(fromEnvironment != nullptr ? fromEnvironment : "");
-    }();
+    static const char* const fromEnvironment = secure_getenv("QOR_PLATFORM_ROOT");
+    // Never destroyed: other threads may need it to the very end of the process.
+    static const auto& value = *new std::string(fromEnvironment != nullptr ? fromEnvironment : "");
     return value;
 }
 

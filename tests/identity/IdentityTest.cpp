@@ -17,6 +17,7 @@
 #include <thread>
 
 #include <dlfcn.h>
+#include <malloc.h>
 #include <sys/mount.h>
 
 namespace {
@@ -28,6 +29,12 @@ std::optional<ProductId> preemptedProduct;
 std::atomic<int> eepromReads;
 std::atomic<bool> isInRead;
 thread_local bool staysInRead = false;
+void (*atTheEnd)() = nullptr;
+
+// Before the libraries' constructors, so that it is called after their destructors.
+[[gnu::section(".preinit_array"), gnu::used]] void (*registration)() = [] {
+    on_exit([](int, void*) { atTheEnd != nullptr ? atTheEnd() : void(); }, nullptr);
+};
 
 template <class Function>
 Function* original(Function& /*preempted*/, const char* symbol) {
@@ -308,6 +315,19 @@ TEST(Log, EvaluatesPiecesFirstAndKeepsErrno) {
     EXPECT_EQ(
         recordsIn(testing::internal::GetCapturedStderr()),
         NoEeprom + "3 TestBody(): -2147483648 18446744073709551615 7\n");
+}
+
+TEST(Variant, IsReadToTheVeryEndOfTheProcess) {
+    const Outcome outcome = inChild([] {
+        become("", All);
+        hwVariants[14].productCode = 5;
+        Bsp_getQorHwVariant();
+        mallopt(M_PERTURB, 1); // memory that is given back changes
+        atTheEnd = [] {
+            _exit(Bsp_getQorHwVariant()->productCode);
+        };
+    });
+    EXPECT_EQ(outcome.status, 5);
 }
 
 } // namespace

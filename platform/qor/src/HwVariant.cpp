@@ -4,8 +4,10 @@
 #include "PlatformRoot.hpp"
 #include "VariantText.hpp"
 
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 namespace os::bsp {
 namespace {
@@ -35,7 +37,15 @@ std::vector<QorHwVariant> loadVariants() {
 
 } // namespace
 
-std::vector<QorHwVariant> hwVariants = loadVariants();
+// Other threads, and destructors that run later, may read the table to the very end of the process.
+// So the vector lies in plain memory, and nothing destroys it.
+extern "C" {
+alignas(std::vector<QorHwVariant>)
+    [[gnu::visibility("hidden")]] std::byte hwVariantsMemory[sizeof(std::vector<QorHwVariant>)];
+}
+extern std::vector<QorHwVariant> hwVariants [[gnu::alias("hwVariantsMemory")]];
+
+[[maybe_unused]] const auto* const built = new (&hwVariants) std::vector(loadVariants());
 
 bool operator==(QorHwVariant const& variant, QorHwCode const& code) {
     return variant.hwCode.words == code.words;

@@ -30,7 +30,8 @@ class TolvTraceStream;
 /// memory runs out a record is dropped.
 class TolvTrace {
 public:
-    /// `level` holds unless the environment or TolvTrace_setLevel() named another.
+    /// `name` must outlive the process's last record. `level` holds unless the environment or
+    /// TolvTrace_setLevel() named another.
     TolvTrace(const char* name, TolvTraceLevel level);
     ~TolvTrace();
     TolvTrace(const TolvTrace&) = delete;
@@ -50,11 +51,13 @@ public:
     /// Takes what is written while a level is switched off, and discards it.
     TolvTraceStream nullStream();
 
-    const std::string& name() const noexcept { return m_name; }
+    const char* name() const noexcept { return m_name; }
     void setLevel(int level) noexcept { m_level.store(level, std::memory_order_relaxed); }
 
 private:
-    std::string m_name;
+    // Not a std::string: other threads may still write records when static objects have been
+    // destroyed.
+    const char* m_name;
     std::atomic<int> m_level;
 };
 

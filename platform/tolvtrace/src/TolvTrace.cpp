@@ -24,10 +24,9 @@ constinit thread_local Record* innermost = nullptr;
 // Records begun inside the innermost one for which there was no memory.
 constinit thread_local unsigned dropped = 0;
 
-std::string linePrefix(
-    const std::string& trace, TolvTraceLevel level, const TolvTraceHeader& header) {
-    return "[" + trace + "] " + std::to_string(static_cast<int>(level)) + " " + header.sourceFile +
-           ":" + std::to_string(header.line) + " " + header.function + ": ";
+std::string linePrefix(const char* trace, TolvTraceLevel level, const TolvTraceHeader& header) {
+    return std::string("[") + trace + "] " + std::to_string(static_cast<int>(level)) + " " +
+           header.sourceFile + ":" + std::to_string(header.line) + " " + header.function + ": ";
 }
 
 bool isControl(char character) {
