@@ -1,0 +1,45 @@
+// The layer in a program that loads it with dlopen(), as Python does.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include <dlfcn.h>
+
+namespace {
+
+std::atomic<bool> memoryIsLeft = true;
+
+template <class Function>
+Function* find(void* library, const char* name) {
+    return reinterpret_cast<Function*>(dlsym(library, name));
+}
+
+} // namespace
+
+extern "C" {
+void* __libc_malloc(std::size_t size); // NOLINT
+
+[[gnu::visibility("default")]] void* malloc(std::size_t size) {
+    return memoryIsLeft ? __libc_malloc(size) : nullptr;
+}
+}
+
+namespace {
+
+TEST(LoadedLater, LogsWithoutMemoryAndStaysWhenItIsClosed) {
+    void* const layer = dlopen(LAYER, RTLD_NOW);
+    ASSERT_NE(layer, nullptr) << dlerror();
+    auto* const query = find<int(const char*, char*, std::size_t)>(layer, "Bsp_getKernelRState");
+    auto* const setLevel = find<void(const char*, int)>(layer, "TolvTrace_setLevel");
+    std::thread([&] {
+        memoryIsLeft = false;
+        EXPECT_EQ(query(nullptr, nullptr, 0), -1); // a record is lost
+        memoryIsLeft = true;
+    }).join();
+    dlclose(layer);
+    setLevel("*", 0);
+    EXPECT_EQ(query(nullptr, nullptr, 0), -1);
+}
+
+} // namespace
