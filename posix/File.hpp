@@ -29,4 +29,21 @@ inline std::optional<std::string> readFile(const std::string& path) {
     return std::nullopt;
 }
 
+/// What `open` opens, or creates if it is missing: it is called with the flags that creation takes,
+/// or with 0. Nothing, with errno set, when both fail. O_CREAT without O_EXCL is refused on
+/// somebody else's file where the system protects those.
+template <class Open>
+FileDescriptor openOrCreate(Open open) {
+    while (true) {
+        FileDescriptor file = FileDescriptor::own(open(0));
+        if (file || errno != ENOENT) {
+            return file;
+        }
+        FileDescriptor created = FileDescriptor::own(open(O_CREAT | O_EXCL));
+        if (created || errno != EEXIST) {
+            return created;
+        }
+    }
+}
+
 } // namespace posix

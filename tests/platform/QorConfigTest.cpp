@@ -33,7 +33,7 @@ protected:
 };
 
 TEST_F(Store, RefusesWhatIsNoFileName) {
-    for (const char* key : {"", ".", "..", ".new", "a/b"}) {
+    for (const char* key : {"", ".", "..", ".lock", ".new", "a/b"}) {
         EXPECT_FALSE(QorConfig().setValue(key, "x") || QorConfig().clearValue(key)) << key;
         EXPECT_THROW(QorConfig().getValue(key), std::system_error) << key;
     }
@@ -50,17 +50,21 @@ TEST_F(Store, ValuesAreForEveryReader) {
 }
 
 // Files and folder are written out under it.
-TEST_F(Store, LockIsNotKeptByForkedChildren) {
+TEST_F(Store, LockIsNeitherKeptByForkedChildrenNorForReaders) {
     std::vector<std::unique_ptr<Child>> children;
+    const auto lock = unit::Config / ".lock";
     onFsync = [&] {
-        EXPECT_EQ(flock(open(unit::Config.c_str(), O_RDONLY), LOCK_SH | LOCK_NB), -1);
+        EXPECT_EQ(flock(open(lock.c_str(), O_RDONLY), LOCK_SH | LOCK_NB), -1);
         children.push_back(std::make_unique<Child>(pause));
     };
-    alarm(10); // or it waits for the children
+    alarm(10); // or it waits for the children, or for a reader
+    const int folder = open(unit::Config.c_str(), O_RDONLY);
+    ASSERT_EQ(flock(folder, LOCK_EX) | fchmod(folder, 0775), 0);
+    umask(077);
     EXPECT_TRUE(QorConfig().setValue("key", "x"));
-    EXPECT_TRUE(QorConfig().clearValue("key") && QorConfig().clearValue("key"));
     EXPECT_TRUE(QorConfig().setValue("key", "y"));
-    EXPECT_EQ(children.size(), 5U);
+    EXPECT_EQ(children.size(), 4U);
+    EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(lock).permissions()), 0440U);
 }
 
 TEST_F(Store, KilledWriterLeavesOldOrNewValue) {
@@ -80,7 +84,7 @@ TEST_F(Store, KilledWriterLeavesOldOrNewValue) {
     }
     const auto files = std::distance(
         std::filesystem::directory_iterator(unit::Config), std::filesystem::directory_iterator());
-    EXPECT_LE(files, 2); // the value, and at most one that was not finished
+    EXPECT_LE(files, 3); // the value, the lock, and at most one that was not finished
 }
 
 } // namespace

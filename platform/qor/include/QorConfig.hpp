@@ -29,6 +29,9 @@ inline constexpr std::string_view OneTdmRleEqpNoMlhc = "OneTdmRleEqpNoMlhc";
 /// Access to the store. A value is any sequence of bytes. Every operation may be called from any
 /// thread and any process at once: a reader sees the old or the new value, never a part, also when
 /// a writer is killed. Key names are file names: not empty, no slash, no leading dot.
+///
+/// Writers take the lock of the file ".lock" in the store's folder. The first of them creates it,
+/// for those who may write the folder: when the folder changes hands later, remove it.
 class QorConfig {
 public:
     /// The value of `key`, or value::Empty when it is not set.

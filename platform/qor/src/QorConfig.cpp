@@ -16,8 +16,9 @@ namespace {
 using posix::FileDescriptor;
 using posix::FileLock;
 
-// One writer at a time holds the folder's lock, so one name is enough, and what a killed writer
-// left under it is removed by the next. No key begins with a dot.
+// One writer at a time holds the lock, so one name is enough, and what a killed writer left under
+// it is removed by the next. No key begins with a dot.
+constexpr const char* LockName = ".lock";
 constexpr const char* NewValueName = ".new";
 
 bool isFileName(std::string_view key) {
@@ -27,6 +28,28 @@ bool isFileName(std::string_view key) {
 FileDescriptor openFolder() {
     return FileDescriptor::own(
         open(platform::path("var/lib/qor/config").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+// Those who may write the folder may open its lock, and nobody else: a mere reader could keep all
+// writers out.
+void shareLock(const FileDescriptor& folder, int lock) {
+    struct stat status {};
+    if (fstat(folder.get(), &status) == 0 &&
+        (fchown(lock, status.st_uid, status.st_gid) == 0 ||
+         fchown(lock, static_cast<uid_t>(-1), status.st_gid) == 0)) {
+        fchmod(lock, (status.st_mode & 0222) << 1);
+    }
+}
+
+FileDescriptor openLock(const FileDescriptor& folder) {
+    return posix::openOrCreate([&](int flags) {
+        const int lock = openat(
+            folder.get(), LockName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags, 0400);
+        if (lock >= 0 && flags != 0) {
+            shareLock(folder, lock);
+        }
+        return lock;
+    });
 }
 
 bool writeWhole(const FileDescriptor& file, std::string_view text) {
@@ -78,7 +101,8 @@ std::string QorConfig::getValue(std::string_view key) const {
 bool QorConfig::setValue(std::string_view key, std::string_view value) {
     const std::string name(key);
     const FileDescriptor folder = openFolder();
-    const FileLock lock(folder.get());
+    const FileDescriptor lockFile = openLock(folder);
+    const FileLock lock(lockFile.get());
     if (!isFileName(key) || !lock) {
         return false;
     }
@@ -99,15 +123,12 @@ bool QorConfig::clearValue(std::string_view key) {
     if (!folder) {
         return errno == ENOENT;
     }
-    const FileLock lock(folder.get());
-    if (!lock) {
-        return false;
+    if (unlinkat(folder.get(), name.c_str(), 0) == 0) {
+        return fsync(folder.get()) == 0;
     }
-    // Asked first: a read-only store refuses to remove what is not there.
-    if (faccessat(folder.get(), name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == -1 && errno == ENOENT) {
-        return true;
-    }
-    return unlinkat(folder.get(), name.c_str(), 0) == 0 && fsync(folder.get()) == 0;
+    // A read-only store also refuses to remove what is not there.
+    return faccessat(folder.get(), name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == -1 &&
+           errno == ENOENT;
 }
 
 } // namespace os::bsp
