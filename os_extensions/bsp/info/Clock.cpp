@@ -2,23 +2,19 @@
 
 #include "ClockChip.hpp"
 #include "ClockConfig.hpp"
-#include "FileDescriptor.hpp"
+#include "File.hpp"
 #include "Printable.hpp"
 #include "Stream.hpp"
 
 #include <array>
 #include <cctype>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <optional>
-
-#include <fcntl.h>
 
 namespace bspinfo {
 namespace {
 
-constexpr std::size_t First = clock_chip::ConfigurationRegister;
+constexpr std::size_t LargestFile = 65536;
 constexpr std::size_t ShownCharacters = 40; // of a token
 
 using Registers = std::array<std::uint8_t, sizeof ClockConfig::bytes>;
@@ -27,18 +23,13 @@ std::string counted(std::size_t count, const char* one, const char* many) {
     return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
-// As compilers tell it. The exit status, too.
-int tellProblem(
-    const std::string& name, std::FILE* file, const ClockConfig& config,
-    const std::string& problem) {
-    if (std::ferror(file) != 0) {
-        std::fprintf(stderr, "bspinfo: %s: %s\n", name.c_str(), problem.c_str());
-        return 2;
-    }
-    std::printf(
-        "%s:%zu:%zu: %s: %s\n", name.c_str(), config.line, config.column, problem.c_str(),
-        printable(config.token.substr(0, ShownCharacters)).c_str());
-    return 1;
+// Registers are numbered from the first of the configuration.
+std::string address(std::size_t index) {
+    return hexadecimal(static_cast<std::uint32_t>(clock_chip::ConfigurationRegister + index), 2);
+}
+
+std::string addresses(std::size_t first, std::size_t end) {
+    return address(first) + (end - first > 1 ? "-" + address(end - 1) : "");
 }
 
 bool somethingFollows(std::FILE* file) {
@@ -58,65 +49,123 @@ std::string describeRest(std::FILE* file, std::size_t left) {
                       "registers behind them stay as they are");
 }
 
-void tellContent(const std::string& name, std::FILE* file, const ClockConfig& config) {
-    const std::string numbers = config.size == 1
-                                    ? "1 number, for register " + std::to_string(First)
-                                    : std::to_string(config.size) + " numbers, for registers " +
-                                          std::to_string(First) + " to " +
-                                          std::to_string(First + config.size - 1);
-    const std::string rest = describeRest(file, config.bytes.size() - config.size);
-    std::printf("%s: %s%s\n", name.c_str(), numbers.c_str(), rest.c_str());
+std::string describeContent(std::FILE* file, const ClockConfig& config) {
+    if (config.size == 0) {
+        return "no numbers; all registers stay as they are";
+    }
+    return counted(config.size, "number", "numbers") + " for " + addresses(0, config.size) +
+           describeRest(file, config.bytes.size() - config.size);
 }
 
-// Empty, with errno set, when it cannot be read.
-std::optional<Registers> readChip(std::size_t size) {
+// Where it is, as compilers report it.
+std::string describeProblem(
+    const std::string& name, const ClockConfig& config, const std::string& problem) {
+    return "malformed: " + name + ":" + std::to_string(config.line) + ":" +
+           std::to_string(config.column) + ": " + problem + ": " +
+           config.token.substr(0, ShownCharacters);
+}
+
+// False, with errno set, when it cannot be read.
+bool readChip(Registers& registers, std::size_t size) {
     const auto device =
         posix::FileDescriptor::own(open(clock_chip::DeviceName, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    Registers registers{};
-    const bool done = device && clock_chip::readConfiguration(device.get(), registers.data(), size);
-    return done ? std::optional(registers) : std::nullopt;
+    return device && clock_chip::readConfiguration(device.get(), registers.data(), size);
 }
 
-// The exit status, too. A machine without the chip has nothing to compare.
-int compare(const ClockConfig& config) {
-    const auto chip = readChip(config.size);
-    if (!chip) {
-        const bool isThere = errno != ENOENT;
-        std::fprintf(
-            isThere ? stderr : stdout, "%s%s cannot be read: %s\n", isThere ? "bspinfo: " : "",
-            clock_chip::DeviceName, std::strerror(errno));
-        return isThere ? 2 : 0;
-    }
-    std::size_t different = 0;
+bool differs(const ClockConfig& config, const Registers& chip, std::size_t i) {
+    return i < config.size && chip.at(i) != config.bytes.at(i);
+}
+
+std::size_t countDifferent(const ClockConfig& config, const Registers& chip) {
+    std::size_t count = 0;
     for (std::size_t i = 0; i < config.size; ++i) {
-        if (chip->at(i) != config.bytes.at(i)) {
-            ++different;
-            std::printf(
-                "register %zu: file %02x, chip %02x\n", First + i, config.bytes.at(i), chip->at(i));
+        count += differs(config, chip, i) ? 1 : 0;
+    }
+    return count;
+}
+
+std::string rangesOfDifferent(const ClockConfig& config, const Registers& chip) {
+    std::string text;
+    for (std::size_t first = 0, end = 0; first < config.size; first = end + 1) {
+        for (end = first; differs(config, chip, end);) {
+            ++end;
+        }
+        if (end > first) {
+            text += (text.empty() ? "" : ", ") + addresses(first, end);
         }
     }
-    std::puts(counted(different, "register differs", "registers differ").c_str());
-    return different > 0 ? 1 : 0;
+    return text.empty() ? "none" : text;
+}
+
+std::string byteText(std::uint8_t byte) {
+    return hexadecimal(std::as_bytes(std::span(&byte, 1)));
+}
+
+NamedAnswer describeRegister(const ClockConfig& config, const Registers& chip, std::size_t i) {
+    const bool isConfigured = i < config.size;
+    Answer answer = known(!isConfigured ? "kept" : differs(config, chip, i) ? "differs" : "same");
+    answer.columns = {
+        {"file", isConfigured ? byteText(config.bytes.at(i)) : "-", 2},
+        {"chip", byteText(chip.at(i)), 2}};
+    return {"register-" + address(i), answer};
+}
+
+// A machine without the chip has nothing to compare.
+Report compare(const ClockConfig& config, bool verbose) {
+    Registers chip{};
+    if (!readChip(chip, verbose ? chip.size() : config.size)) {
+        const int error = errno;
+        const std::string reason =
+            std::string(clock_chip::DeviceName) + ": " + std::strerror(error);
+        return error == ENOENT ? Report{{{"chip", known("none: " + reason)}}, 0}
+                               : Report{{{"chip", unreadable(reason)}}, 2};
+    }
+    const std::size_t count = countDifferent(config, chip);
+    const std::string ranges = rangesOfDifferent(config, chip);
+    Report report = {{}, count > 0 ? 1 : 0};
+    report.answers = {
+        {"differing", known(std::to_string(count), static_cast<std::int64_t>(count))},
+        {"ranges", known(ranges)}};
+    for (std::size_t i = 0; verbose && i < chip.size(); ++i) {
+        report.answers.push_back(describeRegister(config, chip, i));
+    }
+    return report;
+}
+
+Report failure(const std::string& problem) {
+    return {{{"configuration", unreadable(problem)}}, 2};
+}
+
+Report check(const std::string& name, std::string content, bool verbose) {
+    content += '\n'; // of no bytes there is no stream
+    const posix::Stream file(fmemopen(content.data(), content.size(), "r"));
+    if (file == nullptr) {
+        return failure(name + ": " + std::strerror(errno));
+    }
+    ClockConfig config;
+    if (const std::string problem = readClockConfig(file.get(), config); !problem.empty()) {
+        return {{{"configuration", known(describeProblem(name, config, problem))}}, 1};
+    }
+    Report report = compare(config, verbose);
+    const Answer numbers = known(describeContent(file.get(), config));
+    report.answers.insert(report.answers.begin(), {"configuration", numbers});
+    return report;
 }
 
 } // namespace
 
-int clock(const std::string& configuration) {
-    const posix::Stream file = posix::openForReading(configuration.c_str());
-    if (file == nullptr) {
-        std::fprintf(stderr, "bspinfo: %s: %s\n", configuration.c_str(), std::strerror(errno));
-        return 2;
+Report clock(const Request& request) {
+    const std::string name = request.operands.front();
+    const auto content = posix::readFile(name);
+    if (!content && errno != EFBIG) {
+        return failure(name + ": " + std::strerror(errno));
     }
-    ClockConfig config;
-    if (const std::string problem = readClockConfig(file.get(), config); !problem.empty()) {
-        return tellProblem(configuration, file.get(), config, problem);
+    if (!content || content->size() > LargestFile) {
+        return failure(
+            name + ": more than " + std::to_string(LargestFile) +
+            " bytes, the limit for a configuration");
     }
-    if (config.size == 0) {
-        std::printf("%s: no numbers; all registers stay as they are\n", configuration.c_str());
-        return 0;
-    }
-    tellContent(configuration, file.get(), config);
-    return compare(config);
+    return check(name, *content, request.verbose);
 }
 
 } // namespace bspinfo

@@ -1,37 +1,51 @@
-/// What bspinfo does beside telling fields of identity.
+/// What bspinfo can be asked for.
 #pragma once
 
 #include "Answers.hpp"
 
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace bspinfo {
 
-/// The revisions of kernel and boot loader in these images, or in the unit's own where there is no
-/// image: a boot loader's is product and R-state. Another image of a kind has a number behind its
-/// name.
-Answers softwareRevisions(std::span<char* const> images);
-
-/// Checks a configuration file of the clock chip and tells, register by register, what the chip has
-/// otherwise, if it can be read. The result is the exit status: 0 when nothing differs, 1 when
-/// something does or the file is malformed, 2 when file or chip cannot be read; a machine without
-/// the chip has nothing that differs.
-int clock(const std::string& configuration);
-
-enum class Map { None, Text, Svg };
-
-/// What is to be shown, and how.
-struct WarmRequest {
-    std::string dump;    // the unit's own area where this is empty
-    Map map = Map::None; // in the place of the table
-    std::string picture; // the new file that a map in SVG goes to
-    std::string saved;   // the new file that the area goes to as well; empty for none
+/// What the command line says.
+struct Request {
+    const Format* format = findFormat("text");
+    bool explain = false;
+    bool verbose = false;
+    std::string saved;  // the new file that the warm area goes to as well; empty for none
+    std::string object; // the name of the one object to dump; empty for the whole warm area
+    std::span<char* const> operands;
 };
 
-/// Shows the warm area of the unit, with what processes share about it, or a dump of one, once it
-/// has written the files. The result is the exit status: 0 when the run of cells is whole, 1 when
-/// it is not, 2 when the area cannot be read or a file not be written.
-int warm(const WarmRequest& request);
+struct Report {
+    Answers answers;
+    int status; // the exit status
+};
+
+/// Prints a line for each field: its name and what it is.
+void listFields();
+
+bool isField(std::string_view name);
+
+/// The fields that the operands name, or all of them. All of them are a report whose exit status
+/// is 0, or 2 when one is unreadable.
+Report identify(const Request& request);
+
+/// The revisions of kernel and boot loader in the images that the operands name, or in the unit's
+/// own when there is no operand: a boot loader's is product and R-state. Another image of a kind
+/// has a number behind its name.
+Report software(const Request& request);
+
+/// Checks a configuration file of the clock chip and compares it with the chip. The exit status is
+/// 0 when nothing differs or there is no chip, 1 when something differs or the file is malformed, 2
+/// when file or chip cannot be read.
+Report clock(const Request& request);
+
+/// The warm area of the unit, with what processes share about it, or a dump of one. The exit status
+/// is 0 when the blocks are whole, 1 when they are not, or have no object of the wanted name, 2
+/// when something cannot be read. Throws std::system_error when the file cannot be written.
+Report warm(const Request& request);
 
 } // namespace bspinfo

@@ -1,6 +1,8 @@
-#include "Identity.hpp"
+#include "Commands.hpp"
 
 #include "Identity/HwCode.hpp"
+#include "LayerMessages.hpp"
+#include "PlatformRoot.hpp"
 #include "Printable.hpp"
 #include "QorConfig.hpp"
 #include "ResetSource.hpp"
@@ -16,6 +18,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cstring>
 #include <exception>
 
@@ -25,25 +28,129 @@ namespace {
 using namespace os::bsp;
 using std::to_string;
 
-std::string words() {
-    std::string text;
+/// What of the unit's own an answer rests on.
+enum class Basis {
+    Nothing,      // it is the same on all units, or comes from the configuration store
+    Code,         // the hardware code, which comes from the EEPROM
+    Row,          // the variant row of that code
+    RestartSource // what chooses the source of the restart's cause: the code, then the row
+};
+
+struct Field {
+    const char* name;
+    const char* meaning;
+    const char* noun; // what is not listed when the answer is unknown
+    Basis basis;
+    Answer (*query)();        // known, unknown or unreadable
+    std::string (*source)();  // what the answer comes from, with its value
+    std::string (*further)(); // what else it comes from; null for nothing
+};
+
+struct Eeprom {
+    EepromBytes bytes{};
+    int error = 0;
+
+    std::span<const std::byte> code() const {
+        return std::as_bytes(std::span(bytes)).first(QorHwCode().words.size());
+    }
+};
+
+// A read that succeeds here does not say that the layer's own did.
+const Eeprom& eeprom() {
+    static const Eeprom once = [] {
+        Eeprom eeprom;
+        const auto& words = getHwCode().words;
+        eeprom.error = readEeprom(eeprom.bytes);
+        if (eeprom.error == 0 && !std::equal(words.begin(), words.end(), eeprom.bytes.begin())) {
+            eeprom.error = EIO;
+        }
+        return eeprom;
+    }();
+    return once;
+}
+
+bool hasVariantRow() {
+    return *Bsp_getQorHwVariant() == getHwCode();
+}
+
+// Why an answer is only assumed; empty when it rests on what is the unit's own.
+std::string assumptionOf(Basis basis) {
+    if (basis == Basis::Nothing) {
+        return "";
+    }
+    if (eeprom().error != 0) {
+        return std::string("the EEPROM cannot be read: ") + std::strerror(eeprom().error);
+    }
+    const bool onRow = basis == Basis::Row ||
+                       (basis == Basis::RestartSource && resetSource() != ResetSource::Register);
+    return onRow && !hasVariantRow() ? "no variant row has the EEPROM's code" : "";
+}
+
+// The layer has no name or row for it.
+Answer unlisted(std::optional<std::int64_t> value = {}) {
+    return {.state = State::Unknown, .text = "", .value = value};
+}
+
+std::string eepromFile() {
+    return platform::path("var/lib/qor/e2prom/5/1");
+}
+
+Answer eepromBytes() {
+    if (eeprom().error == 0) {
+        return known(hexadecimal(eeprom().code()));
+    }
+    const std::string row = "variant row " + to_string(DefaultVariant + 1);
+    return unreadable(
+        eepromFile() + ": " + std::strerror(eeprom().error) +
+        (hwVariants.size() > DefaultVariant ? ", assuming " + row : ", there is no " + row));
+}
+
+std::string rowNumber() {
+    return hwVariants.empty() ? "none" : to_string(Bsp_getQorHwVariant() - hwVariants.data() + 1);
+}
+
+Answer variantRow() {
+    const std::string number = rowNumber();
+    return hwVariants.empty() ? unlisted() : known(number, std::stoi(number));
+}
+
+// What answers come from: the word, key, register or marker, and its value on this unit.
+namespace source {
+
+std::string code() {
+    std::string text = "hardware code";
     for (const std::int32_t word : getHwCode().words) {
-        text += (text.empty() ? "" : " ") + to_string(word);
+        text += " " + hexadecimal(static_cast<std::uint32_t>(word), 2).substr(2);
     }
     return text;
 }
 
-Answer variantRow() {
-    if (hwVariants.empty()) {
-        return {State::Unknown, "there is none"};
-    }
-    const QorHwVariant* const row = Bsp_getQorHwVariant();
-    const auto number = row - hwVariants.data() + 1;
-    return *row == getHwCode() ? Answer{State::Known, to_string(number), number}
-                               : Answer{State::Unknown, "no row, the first row stands in"};
+template <HwWord index>
+std::string word() {
+    const auto value = static_cast<std::uint32_t>(getHwCode().words[index]);
+    return "hardware word " + to_string(index) + " = " + hexadecimal(value, 2);
 }
 
-// The value of a key in quotes, and why there is none.
+std::string productCode() {
+    return "product code " + to_string(Bsp_getQorHwVariant()->productCode) + " of variant row " +
+           rowNumber();
+}
+
+std::string revisionCode() {
+    return "revision " + to_string(Bsp_getQorHwVariant()->hwRevision) + " of variant row " +
+           rowNumber();
+}
+
+std::string product() {
+    return "product " + lookupName(productIdNames(), getProductId()) + " (" +
+           to_string(Bsp_getProductId()) + ")";
+}
+
+std::string productAndRevision() {
+    return product() + ", revision " + lookupName(hwRevisionNames(), getHwRevision()) + " (" +
+           to_string(Bsp_getHwRevision()) + ")";
+}
+
 std::string stored(std::string_view key) {
     try {
         const std::string value = QorConfig().getValue(key);
@@ -54,61 +161,23 @@ std::string stored(std::string_view key) {
     }
 }
 
-std::string registerText() {
-    const auto value = readResetRegister();
-    return value ? "register top.sys_ctrl0 is " + to_string(*value)
-                 : "register top.sys_ctrl0 cannot be read";
-}
-
-// What an answer rests on: the word or the key, and its value on this unit.
-namespace evidence {
-
-std::string wordOf(HwWord word) {
-    return "hardware word " + to_string(word) + " is " + to_string(getHwCode().words[word]);
-}
-
-template <HwWord index>
-std::string word() {
-    return wordOf(index);
-}
-
-std::string product() {
-    return "product code of the variant row is " + to_string(Bsp_getQorHwVariant()->productCode);
-}
-
-std::string revision() {
-    return "revision of the variant row is " + to_string(Bsp_getQorHwVariant()->hwRevision);
-}
-
-std::string latestBoard() {
-    return "product is " + to_string(Bsp_getProductId());
-}
-
-std::string board() {
-    return latestBoard() + ", revision is " + to_string(Bsp_getHwRevision());
-}
-
-std::string channels() {
-    return latestBoard();
-}
-
-std::string trafficFpga() {
-    return wordOf(TrafficWord) + ", " + stored(key::FpgaVariant);
+std::string fpgaVariant() {
+    return stored(key::FpgaVariant);
 }
 
 std::string radiolinkMode() {
     return stored(key::RadiolinkMode);
 }
 
-std::string lastRestart() {
+std::string restart() {
     switch (resetSource()) {
     case ResetSource::Register:
-        return registerText();
+        return "register top.sys_ctrl0 = " + hexadecimal(readResetRegister().value_or(0), 8);
     case ResetSource::Marker:
         return std::string("marker ") + ColdRestartMarker +
-               (isMarkedCold() ? " is there" : " is not there");
+               (isMarkedCold() ? " exists" : " does not exist");
     default:
-        return "this product tells nothing, so it is taken for a cold one";
+        return "this product keeps no cause, so every restart counts as a cold one";
     }
 }
 
@@ -116,27 +185,21 @@ std::string sameOnAll() {
     return "the same on all units";
 }
 
-} // namespace evidence
+} // namespace source
 
-constexpr const char* NoRow = ", no row has that";
-
-// A query whose answers have names. What it cannot name is the value behind the last one.
+// A query whose answers have names. A value that has none is that of the table's last row.
 template <auto query, auto table>
 Answer named() {
     const auto value = static_cast<std::int32_t>(query());
     const std::string name = lookupName(table(), value);
-    const bool known = name != table().back().name;
-    return known ? Answer{State::Known, name, value}
-                 : Answer{State::Unknown, "unknown", value, NoRow};
+    return name != table().back().name ? known(name, value) : unlisted(value);
 }
 
-// Counts are answered for unknown hardware, too: what the layer takes for granted then.
+// Counts are answered for unknown hardware, too.
 template <auto query>
-Answer counted(bool known) {
+Answer counted(bool isListed) {
     const std::uint32_t count = query();
-    const std::string text = to_string(count);
-    return known ? Answer{State::Known, text, count}
-                 : Answer{State::Unknown, text + ", taken for granted", count, NoRow};
+    return {isListed ? State::Known : State::Unknown, to_string(count), count};
 }
 
 Answer channels() {
@@ -144,8 +207,7 @@ Answer channels() {
 }
 
 Answer radiolinks() {
-    const bool known = getTrafficBackplane() != TrafficBackplaneType::EndOfList;
-    return counted<getNumberOfRadiolinks>(known);
+    return counted<getNumberOfRadiolinks>(getTrafficBackplane() != TrafficBackplaneType::EndOfList);
 }
 
 // Images are kept under the names in lower case.
@@ -155,78 +217,109 @@ Answer trafficFpgaImage() {
         return static_cast<char>(std::tolower(letter));
     });
     const char* const path = getFpgaPath(key.c_str());
-    return path != nullptr ? Answer{State::Known, path}
-                           : Answer{State::Unknown, "unknown", {}, NoRow};
+    return path != nullptr ? known(path) : unlisted();
 }
 
+// An id is made of any two numbers, but names a board only if both have names.
 Answer boardId() {
-    return {State::Known, to_string(getBoardId()), getBoardId()};
+    const auto isNamed = [](const Answer& answer) {
+        return answer.state == State::Known;
+    };
+    const bool isListed = isNamed(named<getProductId, productIdNames>()) &&
+                          isNamed(named<getHwRevision, hwRevisionNames>());
+    const int id = getBoardId();
+    return {
+        isListed ? State::Known : State::Unknown, hexadecimal(static_cast<std::uint32_t>(id), 8),
+        id};
 }
 
 template <auto query>
 Answer board() {
     const std::string name = query();
-    const bool known = name != "Unknown board revision";
-    return known ? Answer{State::Known, name} : Answer{State::Unknown, "unknown", {}, NoRow};
+    return name != "Unknown board revision" ? known(name) : unlisted();
 }
 
 // The layer calls Unknown what the register says of itself, and what it could not read.
 Answer lastRestart() {
     if (resetSource() == ResetSource::Register && !readResetRegister()) {
-        return {State::Unreadable, evidence::lastRestart()};
+        return unreadable("register top.sys_ctrl0 cannot be read");
     }
-    Answer answer = named<getResetType, resetTypeNames>();
-    if (getResetType() == ResetType::Unknown) {
-        answer = {State::Unknown, "unknown", answer.value};
+    const Answer answer = named<getResetType, resetTypeNames>();
+    return getResetType() != ResetType::Unknown ? answer : unlisted(answer.value);
+}
+
+// clang-format off
+constexpr Field Fields[] = {
+    {"eeprom", "the EEPROM's bytes that identify the unit", "",
+     Basis::Nothing, eepromBytes, eepromFile, nullptr},
+    {"variant-row", "the row of the platform's variant table", "row",
+     Basis::Row, variantRow, source::code, nullptr},
+    {"product", "the product", "product",
+     Basis::Row, named<getProductId, productIdNames>, source::productCode, nullptr},
+    {"hardware-revision", "the board's revision", "hardware revision",
+     Basis::Row, named<getHwRevision, hwRevisionNames>, source::revisionCode, nullptr},
+    {"board", "the board's name", "board name",
+     Basis::Row, board<Bsp_getBoardIdText>, source::productAndRevision, nullptr},
+    {"latest-board", "the name of the product's latest board", "board name",
+     Basis::Row, board<Bsp_getLatestBoardIdText>, source::product, nullptr},
+    {"board-id", "product and revision in one number", "board id",
+     Basis::Row, boardId, source::productAndRevision, nullptr},
+    {"platform", "the unit's generation", "platform",
+     Basis::Code, named<getPlatformType, platformTypeNames>, source::word<PlatformWord>, nullptr},
+    {"traffic-backplane", "the kind of the traffic backplane", "traffic backplane",
+     Basis::Code, named<getTrafficBackplane, trafficBackplaneTypeNames>,
+     source::word<TrafficWord>, nullptr},
+    {"control-backplane", "the kind of the control backplane", "control backplane",
+     Basis::Code, named<getControlBackplane, controlBackplaneTypeNames>,
+     source::word<ControlBackplaneWord>, nullptr},
+    {"dsp", "the DSP, which is the modem", "DSP",
+     Basis::Code, named<getDspType, dspTypeNames>, source::word<DspWord>, nullptr},
+    {"traffic-fpga", "the traffic FPGA", "traffic FPGA",
+     Basis::Code, named<getTrafFpgaType, trafFpgaTypeNames>,
+     source::word<TrafficWord>, source::fpgaVariant},
+    {"traffic-fpga-image", "the path of the traffic FPGA's image", "image",
+     Basis::Code, trafficFpgaImage, source::word<TrafficWord>, source::fpgaVariant},
+    {"switch", "the switch chip", "switch chip",
+     Basis::Nothing, named<getSwitchType, switchTypeNames>, source::sameOnAll, nullptr},
+    {"channels", "the number of traffic channels", "number of channels",
+     Basis::Row, channels, source::product, nullptr},
+    {"radio-links", "the number of radio links", "number of radio links",
+     Basis::Code, radiolinks, source::word<TrafficWord>, nullptr},
+    {"radiolink-mode", "the radio-link mode in the configuration store", "radio-link mode",
+     Basis::Nothing, named<getRadiolinkMode, radiolinkModeNames>,
+     source::radiolinkMode, nullptr},
+    {"last-restart", "the cause of the last restart", "cause",
+     Basis::RestartSource, lastRestart, source::restart, nullptr},
+};
+// clang-format on
+
+std::string evidenceOf(const Field& field) {
+    return field.source() + (field.further != nullptr ? ", " + field.further() : "");
+}
+
+// The answer with the state that it has given what the field rests on.
+Answer qualified(Answer answer, const Field& field, bool explain) {
+    if (answer.state == State::Unknown) {
+        answer.reason = std::string("no ") + field.noun + " is listed for " + field.source();
+    } else if (explain) {
+        answer.evidence = evidenceOf(field);
+    }
+    if (const std::string assumption = assumptionOf(field.basis); !assumption.empty()) {
+        answer.state = State::Assumed;
+        answer.text = answer.text.empty() ? "unknown" : answer.text;
+        answer.reason = assumption + (answer.reason.empty() ? "" : "; " + answer.reason);
     }
     return answer;
 }
 
-constexpr Field Fields[] = {
-    {"product", named<getProductId, productIdNames>, evidence::product},
-    {"hardware-revision", named<getHwRevision, hwRevisionNames>, evidence::revision},
-    {"board", board<Bsp_getBoardIdText>, evidence::board},
-    {"latest-board", board<Bsp_getLatestBoardIdText>, evidence::latestBoard},
-    {"board-id", boardId, evidence::board},
-    {"platform", named<getPlatformType, platformTypeNames>, evidence::word<PlatformWord>},
-    {"traffic-backplane", named<getTrafficBackplane, trafficBackplaneTypeNames>,
-     evidence::word<TrafficWord>},
-    {"control-backplane", named<getControlBackplane, controlBackplaneTypeNames>,
-     evidence::word<ControlBackplaneWord>},
-    {"dsp", named<getDspType, dspTypeNames>, evidence::word<DspWord>},
-    {"traffic-fpga", named<getTrafFpgaType, trafFpgaTypeNames>, evidence::trafficFpga},
-    {"traffic-fpga-image", trafficFpgaImage, evidence::trafficFpga},
-    {"switch", named<getSwitchType, switchTypeNames>, evidence::sameOnAll},
-    {"channels", channels, evidence::channels},
-    {"radio-links", radiolinks, evidence::word<TrafficWord>},
-    {"radiolink-mode", named<getRadiolinkMode, radiolinkModeNames>, evidence::radiolinkMode},
-    {"last-restart", lastRestart, evidence::lastRestart},
-};
-
-} // namespace
-
-std::string eepromProblem() {
-    EepromBytes bytes{};
-    const int error = readEeprom(bytes);
-    const std::string standIn = hwVariants.size() > DefaultVariant
-                                    ? "the fifteenth variant row stands in"
-                                    : "there is no fifteenth variant row to stand in";
-    return error == 0 ? ""
-                      : std::string("EEPROM unreadable (") + std::strerror(error) + "), " + standIn;
-}
-
-Answers unitEvidence() {
-    EepromBytes bytes{};
-    const Answer eeprom = readEeprom(bytes) == 0 ? Answer{State::Known, hexadecimal(std::as_bytes(std::span(bytes)).first(QorHwCode().words.size()))}
-                                                 : Answer{State::Unreadable, eepromProblem()};
-    return {
-        {"eeprom", eeprom},
-        {"hardware-words", {State::Known, words()}},
-        {"variant-row", variantRow()}};
-}
-
-std::span<const Field> fields() {
-    return Fields;
+// An exception of the platform's becomes an answer, too.
+Answer ask(const Field& field, bool explain) {
+    try {
+        const Answer answer = field.query();
+        return answer.state == State::Unreadable ? answer : qualified(answer, field, explain);
+    } catch (const std::exception& exception) {
+        return unreadable(exception.what());
+    }
 }
 
 const Field* findField(std::string_view name) {
@@ -235,12 +328,31 @@ const Field* findField(std::string_view name) {
     return field != std::end(Fields) ? field : nullptr;
 }
 
-Answer ask(const Field& field) {
-    try {
-        return field.query();
-    } catch (const std::exception& exception) {
-        return {State::Unreadable, std::string("cannot be read: ") + exception.what()};
+} // namespace
+
+void listFields() {
+    for (const Field& field : Fields) {
+        std::printf("  %-19s %s\n", field.name, field.meaning);
     }
+}
+
+bool isField(std::string_view name) {
+    return findField(name) != nullptr;
+}
+
+Report identify(const Request& request) {
+    const LayerMessages messages;
+    Answers answers;
+    for (const char* const name : request.operands) {
+        answers.push_back({name, ask(*findField(name), request.explain)});
+    }
+    if (!answers.empty()) {
+        return {answers, statusOf(answers)};
+    }
+    for (const Field& field : Fields) {
+        answers.push_back({field.name, ask(field, request.explain)});
+    }
+    return {answers, isAnyUnreadable(answers) ? 2 : 0};
 }
 
 } // namespace bspinfo

@@ -1,13 +1,17 @@
+/// Text that a terminal may get.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstdio>
 #include <span>
 #include <string>
 
 namespace bspinfo {
 
-/// Whether a byte may go to a terminal as it is.
+/// ASCII only: on a terminal that is not set to UTF-8, a byte of a harmless letter is a control
+/// character.
 inline bool isPrintable(char byte) {
     return byte >= ' ' && byte <= '~';
 }
@@ -19,14 +23,19 @@ inline std::string printable(std::string text) {
     return text;
 }
 
+/// The number with a leading 0x and at least so many digits.
+inline std::string hexadecimal(std::uint32_t number, int digits) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%0*lx", digits, static_cast<unsigned long>(number));
+    return text;
+}
+
 /// The bytes in two digits each, with blanks between.
 inline std::string hexadecimal(std::span<const std::byte> bytes) {
     std::string text;
     for (const std::byte byte : bytes) {
-        constexpr const char* Digits = "0123456789abcdef";
-        const auto value = std::to_integer<unsigned>(byte);
         text += text.empty() ? "" : " ";
-        text += {Digits[value / 16], Digits[value % 16]};
+        text += hexadecimal(std::to_integer<std::uint32_t>(byte), 2).substr(2);
     }
     return text;
 }

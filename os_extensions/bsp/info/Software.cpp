@@ -1,13 +1,12 @@
 #include "Commands.hpp"
 
 #include "FileDescriptor.hpp"
+#include "LayerMessages.hpp"
 #include "bsp/Bsp.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-
-#include <fcntl.h>
 
 namespace bspinfo {
 namespace {
@@ -18,75 +17,94 @@ constexpr const char* NotFound = "Not found";
 
 using Text = char[32];
 
-// Whether it can be opened at all; the layer's functions do not tell why they could not.
-Answer openable(const char* image) {
-    if (posix::FileDescriptor::own(open(image, O_RDONLY | O_NONBLOCK | O_CLOEXEC))) {
-        return {State::Known, ""};
-    }
-    return {State::Unreadable, std::string(image) + " cannot be read: " + std::strerror(errno)};
+// The layer's messages that say what the image is, rather than why it cannot be read.
+constexpr std::string_view NoKernel[] = {
+    "Couldn't find ZLIB header",
+    "File error before archive found. read() returned 0",
+    "No Linux version found",
+};
+
+// The layer does not report the system's reason.
+std::string problemWithOpening(const char* image) {
+    return posix::FileDescriptor::own(open(image, O_RDONLY | O_NONBLOCK | O_CLOEXEC))
+               ? ""
+               : std::string(image) + ": " + std::strerror(errno);
+}
+
+Answer failure(const char* image, const std::string& message) {
+    const bool isReadable =
+        std::find(std::begin(NoKernel), std::end(NoKernel), message) != std::end(NoKernel);
+    const std::string reason =
+        std::string(image) + ": " +
+        (message.empty() ? "no reason reported, as for an archive that is cut short" : message);
+    return isReadable ? unknown(reason) : unreadable(reason);
 }
 
 Answer kernelRevision(const char* image) {
+    const LayerMessages messages;
     Text revision = "";
-    const bool found = Bsp_getKernelRState(image, revision, sizeof revision) == 0;
-    const bool known = found && revision[0] != '\0';
-    return {
-        known ? State::Known : State::Unknown,
-        known ? revision : std::string("no R-state in ") + image};
+    if (Bsp_getKernelRState(image, revision, sizeof revision) != 0) {
+        return failure(image, messages.firstError());
+    }
+    return revision[0] != '\0' ? known(revision)
+                               : unknown(std::string(image) + ": the release has no fourth part");
 }
 
 Answer bootLoaderRevision(const char* image) {
+    const LayerMessages messages;
     Text product = "";
     Text revision = "";
-    const bool read =
-        Bsp_getUbootProductInfo(image, product, sizeof product, revision, sizeof revision) == 0;
-    const bool known = read && std::strcmp(product, NotFound) != 0;
-    return {
-        known ? State::Known : State::Unknown, known
-                                                   ? std::string(product) + " " + revision
-                                                   : std::string("no product number in ") + image};
+    if (Bsp_getUbootProductInfo(image, product, sizeof product, revision, sizeof revision) != 0) {
+        return failure(image, messages.firstError());
+    }
+    return std::strcmp(product, NotFound) != 0
+               ? known(std::string(product) + " " + revision)
+               : unknown(std::string(image) + ": no product number found");
 }
 
-Answer orUnreadable(const char* image, Answer (*revision)(const char*)) {
-    const Answer opened = openable(image);
-    return opened.state == State::Known ? revision(image) : opened;
+Answer ofKind(const char* image, Answer (*revision)(const char*)) {
+    const std::string problem = problemWithOpening(image);
+    return problem.empty() ? revision(image) : unreadable(problem);
 }
 
 // A kernel image is known by its archive, so it is tried first.
 NamedAnswer ofAnyKind(const char* image) {
-    const Answer opened = openable(image);
-    if (opened.state != State::Known) {
-        return {"image", opened};
-    }
-    if (const Answer kernel = kernelRevision(image); kernel.state == State::Known) {
+    const Answer kernel = ofKind(image, kernelRevision);
+    if (kernel.state == State::Known) {
         return {"kernel", kernel};
     }
-    const Answer bootLoader = bootLoaderRevision(image);
-    return bootLoader.state == State::Known
-               ? NamedAnswer{"boot-loader", bootLoader}
-               : NamedAnswer{"image", {State::Unknown, std::string("no revision in ") + image}};
+    const Answer bootLoader = ofKind(image, bootLoaderRevision);
+    if (bootLoader.state == State::Known) {
+        return {"boot-loader", bootLoader};
+    }
+    return {
+        "image", kernel.state == State::Unreadable
+                     ? kernel
+                     : unknown(std::string(image) + ": no revision found")};
+}
+
+// The first image of a kind has its name, the others have a number behind it.
+std::string numbered(const std::string& kind, const Answers& before) {
+    const auto count = std::count_if(before.begin(), before.end(), [&](const NamedAnswer& other) {
+        return other.name.starts_with(kind);
+    });
+    return count == 0 ? kind : kind + "-" + std::to_string(count + 1);
 }
 
 } // namespace
 
-Answers softwareRevisions(std::span<char* const> images) {
-    if (images.empty()) {
-        return {
-            {"kernel", orUnreadable(KernelImage, kernelRevision)},
-            {"boot-loader", orUnreadable(BootLoaderImage, bootLoaderRevision)}};
-    }
+Report software(const Request& request) {
     Answers answers;
-    for (const char* const image : images) {
-        NamedAnswer found = ofAnyKind(image);
-        const std::string kind = found.name;
-        const auto isOfKind = [&](const NamedAnswer& other) {
-            return other.name.starts_with(kind);
-        };
-        const auto before = std::count_if(answers.begin(), answers.end(), isOfKind);
-        found.name += before > 0 ? "-" + std::to_string(before + 1) : "";
-        answers.push_back(std::move(found));
+    for (const char* const image : request.operands) {
+        const NamedAnswer found = ofAnyKind(image);
+        answers.push_back({numbered(found.name, answers), found.answer});
     }
-    return answers;
+    if (answers.empty()) {
+        answers = {
+            {"kernel", ofKind(KernelImage, kernelRevision)},
+            {"boot-loader", ofKind(BootLoaderImage, bootLoaderRevision)}};
+    }
+    return {answers, statusOf(answers)};
 }
 
 } // namespace bspinfo

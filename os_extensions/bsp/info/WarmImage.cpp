@@ -24,14 +24,14 @@ namespace {
 
 struct Problem {
     const char* text;
-    std::string cells; // empty where there is no such problem
+    std::string blocks; // their numbers; empty when there is no such problem
 };
 
 std::string joined(std::initializer_list<Problem> problems) {
     std::string text;
     for (const Problem& problem : problems) {
-        if (!problem.cells.empty()) {
-            text += (text.empty() ? "" : "; ") + std::string(problem.text) + problem.cells;
+        if (!problem.blocks.empty()) {
+            text += (text.empty() ? "" : "; ") + std::string(problem.text) + problem.blocks;
         }
     }
     return text;
@@ -49,16 +49,24 @@ bool hasMutex(const Block& block) {
     });
 }
 
-std::string describeSlot(const Block& block) {
+Answer describeSlot(const Block& block) {
     SlotLayout slot{};
     std::memcpy(&slot, block.data, sizeof slot);
     if (!slot.isInitialised()) {
-        return "not initialised";
+        return unknown("its mutex is not initialised");
     }
     if (!hasMutex(block)) {
-        return "noise";
+        return unknown("its mutex is noise");
     }
-    return slot.slotId == SlotNotSet ? "not set" : std::to_string(slot.slotId);
+    Answer answer = known(to_string(slot.slotId), slot.slotId);
+    answer.evidence = slot.slotId == SlotNotSet ? "not set" : "";
+    return answer;
+}
+
+bool isInitialised(const WarmArea& area) {
+    return std::none_of(std::begin(area.blocks), std::end(area.blocks), [](const Block& block) {
+        return kindOf(block) == BlockKind::Noise;
+    });
 }
 
 } // namespace
@@ -68,7 +76,8 @@ Mapping mapForReading(const std::string& path, std::size_t size) {
         posix::FileDescriptor::own(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status {};
     if (!file || fstat(file.get(), &status) == -1) {
-        return {nullptr, path + " cannot be read: " + std::strerror(errno)};
+        const int error = errno;
+        return {nullptr, path + ": " + std::strerror(error), error != ENOENT};
     }
     if (S_ISREG(status.st_mode) && status.st_size != static_cast<off_t>(size)) {
         return {
@@ -76,7 +85,7 @@ Mapping mapForReading(const std::string& path, std::size_t size) {
     }
     void* const memory = mmap(nullptr, size, PROT_READ, MAP_SHARED, file.get(), 0);
     if (memory == MAP_FAILED) {
-        return {nullptr, path + " cannot be mapped: " + std::strerror(errno)};
+        return {nullptr, path + ": cannot be mapped: " + std::strerror(errno)};
     }
     return {memory, ""};
 }
@@ -85,13 +94,13 @@ std::string_view nameOf(const Block& block) {
     return {block.name, strnlen(block.name, sizeof block.name)};
 }
 
-Cell kindOf(const Block& block) {
+BlockKind kindOf(const Block& block) {
     const std::string_view name = nameOf(block);
     const std::string_view behind(block.name + name.size(), sizeof block.name - name.size());
     const bool sound = !behind.empty() &&
                        behind.find_first_not_of('\0') == std::string_view::npos &&
                        std::all_of(name.begin(), name.end(), isPrintable);
-    return block.name[0] == '\0' ? Cell::Free : sound ? Cell::Used : Cell::Noise;
+    return block.name[0] == '\0' ? BlockKind::Free : sound ? BlockKind::Used : BlockKind::Noise;
 }
 
 std::string problemOf(const WarmArea& area) {
@@ -101,30 +110,38 @@ std::string problemOf(const WarmArea& area) {
     std::set<std::string_view> names;
     bool freeSeen = false;
     for (const Block& block : area.blocks) {
-        const Cell kind = kindOf(block);
+        const BlockKind kind = kindOf(block);
         const std::string number = " " + to_string(&block - area.blocks + 1);
-        noise += kind == Cell::Noise ? number : "";
-        behindFree += kind != Cell::Free && freeSeen ? number : "";
-        twice += kind == Cell::Used && !names.insert(nameOf(block)).second ? number : "";
-        freeSeen = freeSeen || kind == Cell::Free;
+        noise += kind == BlockKind::Noise ? number : "";
+        behindFree += kind != BlockKind::Free && freeSeen ? number : "";
+        twice += kind == BlockKind::Used && !names.insert(nameOf(block)).second ? number : "";
+        freeSeen = freeSeen || kind == BlockKind::Free;
     }
     return joined({
         {"noise for a name:", noise},
-        {"used behind a free cell:", behindFree},
-        {"named as one before:", twice},
+        {"used behind a free block:", behindFree},
+        {"name of an earlier block:", twice},
     });
 }
 
-std::string slotId(const WarmArea& area) {
+const Block* findObject(const WarmArea& area, std::string_view name) {
     for (const Block& block : area.blocks) {
-        if (kindOf(block) == Cell::Free) {
+        if (kindOf(block) == BlockKind::Free) {
             break; // nobody finds what lies behind
         }
-        if (kindOf(block) == Cell::Used && nameOf(block) == SlotObjectName) {
-            return describeSlot(block);
+        if (kindOf(block) == BlockKind::Used && nameOf(block) == name) {
+            return &block;
         }
     }
-    return "no process has asked for it";
+    return nullptr;
+}
+
+Answer slotId(const WarmArea& area) {
+    if (const Block* const block = findObject(area, SlotObjectName)) {
+        return describeSlot(*block);
+    }
+    return unknown(
+        isInitialised(area) ? "no process has asked for it" : "the area is not initialised");
 }
 
 } // namespace bspinfo

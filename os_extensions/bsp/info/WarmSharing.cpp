@@ -1,7 +1,6 @@
 #include "WarmSharing.hpp"
 
 #include "File.hpp"
-#include "Printable.hpp"
 #include "WarmDatabase/Layout.hpp"
 #include "WarmDatabase/RunRecord.hpp"
 #include "WarmImage.hpp"
@@ -54,7 +53,7 @@ std::string describeMutex(const pthread_mutex_t& mutex) {
 
 std::string numberAndName(const std::string& number) {
     const std::string name = posix::readFile("/proc/" + number + "/comm").value_or("");
-    return name.empty() ? number : number + " " + printable(name.substr(0, name.size() - 1));
+    return name.empty() ? number : number + " " + name.substr(0, name.size() - 1);
 }
 
 // A robust mutex has the number of its owner's thread in it, and is marked when that has died.
@@ -71,21 +70,26 @@ std::string ownerOf(const pthread_mutex_t& mutex) {
                       : "held by thread " + numberAndName(to_string(owner)) + absence(owner);
 }
 
-std::string describeSemaphore() {
+// A shared object that nobody has created yet is an answer, too.
+Answer absenceOf(const Mapping& object, const std::string& reason) {
+    return object.exists ? unreadable(object.problem) : known("none: " + reason);
+}
+
+Answer describeSemaphore() {
     const Mapping semaphore =
         mapForReading(Folder + "/sem." + (DatabaseSemaphoreName + 1), sizeof(sem_t));
     if (semaphore.memory == nullptr) {
-        return semaphore.problem;
+        return absenceOf(semaphore, "not created, or unlinked when its creator ended");
     }
     int value = 0; // asking writes nothing
     sem_getvalue(static_cast<sem_t*>(const_cast<void*>(semaphore.memory)), &value);
-    return to_string(value);
+    return known(to_string(value), value);
 }
 
 template <class Value, std::size_t count>
-std::string textOf(const char* const (&texts)[count], const std::atomic<Value>& place) {
+Answer textOf(const char* const (&texts)[count], const std::atomic<Value>& place) {
     const auto index = static_cast<std::uint32_t>(place.load());
-    return index < count ? texts[index] : "noise";
+    return known(index < count ? texts[index] : "noise");
 }
 
 enum class Use { No, Yes, Hidden };
@@ -108,27 +112,39 @@ Use useOf(const std::string& process) {
     return Use::No;
 }
 
-} // namespace
-
-std::vector<std::pair<const char*, std::string>> describeLock() {
-    constexpr const char* Progresses[] = {"away", "moving", "holding"};
-    constexpr const char* Restarts[] = {"not asked for", "pending", "handled"};
-    const Mapping mapping = mapForReading(Folder + RunRecordName, sizeof(RunRecord));
-    const auto* const record = static_cast<const RunRecord*>(mapping.memory);
-    if (record == nullptr) {
-        return {{"lock", mapping.problem}, {"semaphore", describeSemaphore()}};
+std::string withHidden(const std::string& users, int hidden) {
+    if (hidden == 0) {
+        return users.empty() ? "none" : users;
     }
-    return {
-        {"lock", ownerOf(record->mutex)},
-        {"semaphore",
-         describeSemaphore() + ", lock's owner " + textOf(Progresses, record->progress)},
-        {"cold restart", textOf(Restarts, record->coldRestart)}};
+    return (users.empty() ? "none visible" : users) + " (" + to_string(hidden) +
+           (hidden == 1 ? " process needs root)" : " processes need root)");
 }
 
-std::vector<std::string> describeMutexes(std::string& problem) {
-    const Mapping mapping = mapForReading(Folder + SyncAreaName, sizeof(SyncArea));
-    problem = mapping.problem;
+} // namespace
+
+Answers describeLock() {
+    constexpr const char* Progresses[] = {"away", "moving", "holding"};
+    constexpr const char* Restarts[] = {"not asked for", "pending", "handled"};
+    const std::string path = Folder + RunRecordName;
+    const Mapping mapping = mapForReading(path, sizeof(RunRecord));
+    const auto* const record = static_cast<const RunRecord*>(mapping.memory);
+    if (record == nullptr) {
+        return {
+            {"lock", absenceOf(mapping, path + " does not exist")},
+            {"semaphore", describeSemaphore()}};
+    }
+    return {
+        {"lock", known(ownerOf(record->mutex))},
+        {"progress", textOf(Progresses, record->progress)},
+        {"semaphore", describeSemaphore()},
+        {"cold-restart", textOf(Restarts, record->coldRestart)}};
+}
+
+std::vector<std::string> describeMutexes(Answer& problem) {
+    const std::string path = Folder + SyncAreaName;
+    const Mapping mapping = mapForReading(path, sizeof(SyncArea));
     if (mapping.memory == nullptr) {
+        problem = absenceOf(mapping, path + " does not exist");
         return {};
     }
     const auto& mutexes = static_cast<const SyncArea*>(mapping.memory)->mutexes;
@@ -138,7 +154,7 @@ std::vector<std::string> describeMutexes(std::string& problem) {
     return states;
 }
 
-std::string describeUsers() {
+Answer describeUsers() {
     std::error_code error;
     const std::string self = std::filesystem::read_symlink("/proc/self", error);
     std::string users;
@@ -152,11 +168,7 @@ std::string describeUsers() {
             users += (users.empty() ? "" : ", ") + numberAndName(number);
         }
     }
-    if (error) {
-        return "/proc cannot be read: " + error.message();
-    }
-    users = users.empty() ? "nobody" : users;
-    return hidden == 0 ? users : users + " (" + std::to_string(hidden) + " may not be looked at)";
+    return error ? unreadable("/proc: " + error.message()) : known(withHidden(users, hidden));
 }
 
 } // namespace bspinfo

@@ -1,19 +1,21 @@
 /// Lock, mutexes and users of the warm database, which processes share: only looked at.
 #pragma once
 
+#include "Answers.hpp"
+
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace bspinfo {
 
-/// What is known of the lock: the name of each thing, and its state.
-std::vector<std::pair<const char*, std::string>> describeLock();
+/// The lock, how far its owner is with the semaphore, the semaphore and the cold restart.
+Answers describeLock();
 
-/// The state of each cell's mutex; none, with the reason in `problem`, when they cannot be read.
-std::vector<std::string> describeMutexes(std::string& problem);
+/// The state of each block's mutex; none, with the reason in `problem`, when they are not there or
+/// cannot be read.
+std::vector<std::string> describeMutexes(Answer& problem);
 
-/// The processes that have the warm area, its mutexes or the run record mapped, in a line.
-std::string describeUsers();
+/// The processes that have the warm area, its mutexes or the run record mapped.
+Answer describeUsers();
 
 } // namespace bspinfo

@@ -1,224 +1,212 @@
 /// bspinfo: what this unit is, and why. It changes nothing that the unit has.
 #include "Commands.hpp"
-#include "FileDescriptor.hpp"
-#include "Identity.hpp"
 #include "Printable.hpp"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <span>
-#include <string_view>
-#include <vector>
+#include <exception>
+#include <optional>
 
-#include <fcntl.h>
 #include <getopt.h>
-#include <unistd.h>
 
 namespace {
 
 using namespace bspinfo;
 
+constexpr int Unreadable = 2;
 constexpr int WrongUsage = 64; // as sysexits.h has it
 
-using Arguments = std::span<char* const>;
+constexpr const char* Usage =
+    "Usage: bspinfo [--format=FORMAT] [--explain] [FIELD...]\n"
+    "       bspinfo [--format=FORMAT] --software [IMAGE...]\n"
+    "       bspinfo warm [--format=FORMAT] [--object=NAME] [--save=FILE] [DUMP]\n"
+    "       bspinfo clock [--format=FORMAT] [--verbose] CONFIGURATION\n"
+    "       bspinfo --help | --version\n";
 
-constexpr const char* Usage = "Usage: bspinfo [--format=text|shell|json] [--explain] [FIELD...]\n"
-                              "       bspinfo [--format=text|shell|json] --software [IMAGE...]\n"
-                              "       bspinfo warm [--map[=FILE.svg]] [--save=FILE] [DUMP]\n"
-                              "       bspinfo clock CONFIGURATION\n"
-                              "       bspinfo --help\n";
+constexpr const char* Options = "\n"
+                                "  --format=FORMAT  text, shell (assignments for eval) or json\n"
+                                "  --explain        what each answer rests on, too\n"
+                                "  --software       the revisions of kernel and boot loader\n"
+                                "  --object=NAME    all bytes of one object\n"
+                                "  --save=FILE      write the warm area to a new file, too\n"
+                                "  --verbose        each register of the clock chip, too\n"
+                                "  -h, --help       this text\n"
+                                "  --version        the version\n"
+                                "\n"
+                                "Fields:\n";
 
-// While it lives, what the layer reports on standard error goes nowhere: an answer tells what is
-// wrong, and a unit's trace library may have no control of levels.
-class Silence {
-public:
-    Silence()
-        : m_standardError(
-              posix::FileDescriptor::own(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO))) {
-        const auto nowhere = posix::FileDescriptor::own(open("/dev/null", O_WRONLY | O_CLOEXEC));
-        if (m_standardError && nowhere) {
-            dup2(nowhere.get(), STDERR_FILENO);
-        }
-    }
-    ~Silence() {
-        if (m_standardError) {
-            dup2(m_standardError.get(), STDERR_FILENO);
-        }
-    }
-    Silence(const Silence&) = delete;
-    Silence& operator=(const Silence&) = delete;
+// Options without a letter have numbers that are none.
+enum OptionNumber : int { Format = 256, Explain, Software, Object, Save, Verbose, Help, Version };
 
-private:
-    posix::FileDescriptor m_standardError;
+constexpr option OptionRows[] = {
+    {"format", required_argument, nullptr, Format},
+    {"explain", no_argument, nullptr, Explain},
+    {"software", no_argument, nullptr, Software},
+    {"object", required_argument, nullptr, Object},
+    {"save", required_argument, nullptr, Save},
+    {"verbose", no_argument, nullptr, Verbose},
+    {"help", no_argument, nullptr, Help},
+    {"version", no_argument, nullptr, Version},
+    {},
 };
 
-int refuse(const char* what, std::string_view word) {
-    std::fprintf(stderr, "bspinfo: %s: %s\n%s", what, printable(std::string(word)).c_str(), Usage);
+constexpr unsigned bit(int option) {
+    return 1U << (option - Format);
+}
+
+using Operands = std::span<char* const>;
+
+// The exit status of what ends here.
+using Exit = std::optional<int>;
+
+int refuse(const std::string& what, const std::string& why) {
+    std::fprintf(
+        stderr, "bspinfo: %s: %s\n%s", printable(what).c_str(), printable(why).c_str(), Usage);
     return WrongUsage;
 }
 
-int showHelp() {
-    std::fputs(Usage, stdout);
-    std::puts("\nFields:");
-    for (const Field& field : fields()) {
-        std::printf("  %s\n", field.name);
+Exit checkFields(Operands names) {
+    for (const char* const name : names) {
+        if (!isField(name)) {
+            return refuse(name, "there is no field of this name");
+        }
     }
+    return {};
+}
+
+Exit checkImages(Operands /*files*/) {
+    return {};
+}
+
+Exit checkDump(Operands files) {
+    return files.size() <= 1 ? Exit() : refuse("warm", "at most one DUMP file expected");
+}
+
+Exit checkConfiguration(Operands files) {
+    return files.size() == 1 ? Exit() : refuse("clock", "exactly one CONFIGURATION file expected");
+}
+
+struct Command {
+    Report (*run)(const Request& request);
+    Exit (*check)(Operands operands);
+    unsigned options;
+};
+
+constexpr Command Identify = {identify, checkFields, bit(Format) | bit(Explain)};
+constexpr Command Revisions = {software, checkImages, bit(Format) | bit(Software)};
+constexpr Command Warm = {warm, checkDump, bit(Format) | bit(Object) | bit(Save)};
+constexpr Command Clock = {bspinfo::clock, checkConfiguration, bit(Format) | bit(Verbose)};
+
+int showHelp() {
+    std::printf("%s%s", Usage, Options);
+    listFields();
     return EXIT_SUCCESS;
 }
 
-int statusOf(const Answers& answers) {
-    State worst = State::Known;
-    for (const NamedAnswer& named : answers) {
-        worst = std::max(worst, named.answer.state);
-    }
-    return static_cast<int>(worst);
+int showVersion() {
+    std::puts("bspinfo " BSP_VERSION);
+    return EXIT_SUCCESS;
 }
 
-struct Request {
-    const Format* format = findFormat("text");
-    bool explain = false;
-    bool software = false;
-};
-
-Answer askAbout(const Field& field, bool explain) {
-    Answer answer = ask(field);
-    if (!explain) {
-        answer.evidence.clear();
-    } else if (answer.state != State::Unreadable) { // which tells enough by itself
-        answer.evidence.insert(0, field.evidence());
-    }
-    return answer;
+// The option that getopt could not read. It leaves a cluster of letters before it has read all.
+std::string unreadOption(char** argv) {
+    const bool isLetter = optopt > 0 && optopt < Format;
+    return isLetter ? std::string("-") + static_cast<char>(optopt) : argv[optind - 1];
 }
 
-Answers askAbout(std::span<const Field* const> wanted, bool explain) {
-    const Silence silence;
-    Answers answers = explain ? unitEvidence() : Answers{};
-    for (const Field* const field : wanted) {
-        answers.push_back({field->name, askAbout(*field, explain)});
-    }
-    return answers;
+Exit takeFormat(Request& request) {
+    request.format = findFormat(optarg);
+    return request.format != nullptr ? Exit() : refuse(optarg, "there is no format of this name");
 }
 
-int identify(const Request& request, Arguments names) {
-    std::vector<const Field*> wanted;
-    for (const char* const name : names) {
-        wanted.push_back(findField(name));
-        if (wanted.back() == nullptr) {
-            return refuse("there is no field of this name", name);
+Exit takeName(const char* option, std::string& name) {
+    name = optarg;
+    return name.empty() ? refuse(option, "a name is missing") : Exit();
+}
+
+Exit takeOption(int option, char** argv, Request& request) {
+    switch (option) {
+    case Format:
+        return takeFormat(request);
+    case Object:
+        return takeName("--object", request.object);
+    case Save:
+        return takeName("--save", request.saved);
+    case Explain:
+    case Software:
+    case Verbose:
+        request.explain = request.explain || option == Explain;
+        request.verbose = request.verbose || option == Verbose;
+        return {};
+    case 'h':
+    case Help:
+        return showHelp();
+    case Version:
+        return showVersion();
+    default:
+        return refuse(unreadOption(argv), option == ':' ? "a value is missing" : "wrong option");
+    }
+}
+
+const Command& takeCommand(Request& request, unsigned given) {
+    const std::string_view word = request.operands.empty() ? "" : request.operands.front();
+    if ((given & bit(Software)) != 0) {
+        return Revisions;
+    }
+    if (word != "warm" && word != "clock") {
+        return Identify;
+    }
+    request.operands = request.operands.subspan(1);
+    return word == "warm" ? Warm : Clock;
+}
+
+Exit checkOptions(unsigned foreign) {
+    for (const option& row : OptionRows) {
+        if (row.name != nullptr && (foreign & bit(row.val)) != 0) {
+            return refuse(std::string("--") + row.name, "belongs to another command");
         }
     }
-    for (const Field& field : names.empty() ? fields() : std::span<const Field>()) {
-        wanted.push_back(&field);
-    }
-    const Answers answers = askAbout(wanted, request.explain);
-    request.format->print(answers);
-    if (const std::string problem = eepromProblem(); !problem.empty()) {
-        std::fprintf(stderr, "bspinfo: %s\n", problem.c_str());
-        return static_cast<int>(State::Unreadable);
-    }
-    return statusOf(answers);
-}
-
-Answers askImages(Arguments images) {
-    const Silence silence;
-    return softwareRevisions(images);
-}
-
-int tellSoftware(const Request& request, Arguments images) {
-    const Answers answers = askImages(images);
-    request.format->print(answers);
-    return statusOf(answers);
-}
-
-constexpr option WarmOptions[] = {
-    {"map", optional_argument, nullptr, 'm'},
-    {"save", required_argument, nullptr, 's'},
-    {},
-};
-
-int runWarm(int argc, char** argv) {
-    WarmRequest request;
-    for (int choice = 0; (choice = getopt_long(argc, argv, "", WarmOptions, nullptr)) != -1;) {
-        if (optarg != nullptr && *optarg == '\0') {
-            return refuse("wanted is the name of a file", argv[optind - 1]);
-        }
-        switch (choice) {
-        case 'm':
-            request.picture = optarg != nullptr ? optarg : "";
-            request.map = optarg != nullptr ? Map::Svg : Map::Text;
-            break;
-        case 's':
-            request.saved = optarg;
-            break;
-        default: // it has told why
-            std::fputs(Usage, stderr);
-            return WrongUsage;
-        }
-    }
-    if (argc - optind > 1) {
-        return refuse("wanted is one dump", argv[optind + 1]);
-    }
-    if (optind < argc && *argv[optind] == '\0') {
-        return refuse("wanted is the name of a file", "warm ''");
-    }
-    request.dump = optind < argc ? argv[optind] : "";
-    return warm(request);
-}
-
-constexpr option Options[] = {
-    {"format", required_argument, nullptr, 'f'},
-    {"explain", no_argument, nullptr, 'e'},
-    {"software", no_argument, nullptr, 's'},
-    {},
-};
-
-int runQuery(int argc, char** argv) {
-    Request request;
-    for (int choice = 0; (choice = getopt_long(argc, argv, "", Options, nullptr)) != -1;) {
-        switch (choice) {
-        case 'f':
-            request.format = findFormat(optarg);
-            if (request.format == nullptr) {
-                return refuse("there is no format of this name", optarg);
-            }
-            break;
-        case 'e':
-            request.explain = true;
-            break;
-        case 's':
-            request.software = true;
-            break;
-        default: // it has told why
-            std::fputs(Usage, stderr);
-            return WrongUsage;
-        }
-    }
-    const Arguments rest(argv + optind, argv + argc);
-    return request.software ? tellSoftware(request, rest) : identify(request, rest);
+    return {};
 }
 
 int run(int argc, char** argv) {
-    const std::string_view command = argc > 1 ? argv[1] : "";
-    if (std::find(argv, argv + argc, std::string_view("--help")) != argv + argc) {
-        return showHelp();
+    Request request;
+    unsigned given = 0;
+    opterr = 0; // getopt would print what the user wrote as it is
+    for (int option = 0; (option = getopt_long(argc, argv, ":h", OptionRows, nullptr)) != -1;) {
+        if (const Exit exit = takeOption(option, argv, request)) {
+            return *exit;
+        }
+        given |= bit(option);
     }
-    if (command == "warm") {
-        return runWarm(argc - 1, argv + 1);
+    request.operands = Operands(argv + optind, argv + argc);
+    const Command& command = takeCommand(request, given);
+    const Exit wrong = checkOptions(given & ~command.options);
+    if (const Exit exit = wrong ? wrong : command.check(request.operands)) {
+        return *exit;
     }
-    if (command == "clock" && argc == 3) {
-        return bspinfo::clock(argv[2]);
+    const Report report = command.run(request);
+    request.format->print(report.answers);
+    return report.status;
+}
+
+int runOrExplain(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& exception) {
+        std::fprintf(stderr, "bspinfo: %s\n", printable(exception.what()).c_str());
+        return Unreadable;
     }
-    return command == "clock" ? refuse("wanted is one file", command) : runQuery(argc, argv);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    const int status = run(argc, argv);
+    const int status = runOrExplain(argc, argv);
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
         std::perror("bspinfo: standard output");
-        return static_cast<int>(State::Unreadable);
+        return Unreadable;
     }
     return status;
 }
