@@ -13,6 +13,7 @@ namespace {
 
 constexpr int Schema = 2; // goes up when a program that reads the output has to be changed
 constexpr std::size_t NameWidth = 22;
+constexpr std::size_t TextWidth = 7; // in front of columns
 
 const char* nameOf(State state) {
     constexpr const char* Names[] = {"known", "unknown", "assumed", "unreadable"};
@@ -40,7 +41,8 @@ std::string padded(std::string text, std::size_t width) {
 
 void printText(const Answers& answers) {
     for (const auto& [name, answer] : answers) {
-        std::string line = padded(name, NameWidth - 1) + " " + describe(answer);
+        const std::size_t width = answer.columns.empty() ? 0 : TextWidth;
+        std::string line = padded(name, NameWidth - 1) + " " + padded(describe(answer), width);
         for (const Column& column : answer.columns) {
             line += std::string("  ") + column.name + " " + padded(column.text, column.width);
         }
