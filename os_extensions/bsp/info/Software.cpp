@@ -36,7 +36,8 @@ Answer failure(const char* image, const std::string& message) {
         std::find(std::begin(NoKernel), std::end(NoKernel), message) != std::end(NoKernel);
     const std::string reason =
         std::string(image) + ": " +
-        (message.empty() ? "no reason reported, as for an archive that is cut short" : message);
+        (message.empty() ? "no reason reported: it is cut short, or the trace bsp.core is off"
+                         : message);
     return isReadable ? unknown(reason) : unreadable(reason);
 }
 
@@ -77,10 +78,12 @@ NamedAnswer ofAnyKind(const char* image) {
     if (bootLoader.state == State::Known) {
         return {"boot-loader", bootLoader};
     }
-    return {
-        "image", kernel.state == State::Unreadable
-                     ? kernel
-                     : unknown(std::string(image) + ": no revision found")};
+    for (const Answer& answer : {kernel, bootLoader}) {
+        if (answer.state == State::Unreadable) {
+            return {"image", answer};
+        }
+    }
+    return {"image", unknown(std::string(image) + ": no revision found")};
 }
 
 // The first image of a kind has its name, the others have a number behind it.
