@@ -1,5 +1,5 @@
 """What the tests of an installation share. The environment names the BUILD directory, CMAKE, the compilers CC
-and CXX, NM, where the ABI's LIBRARIES are and, for another ABI, the EMULATOR for its programs."""
+and CXX, NM, LIBDIR below a prefix, where the ABI's LIBRARIES are and, for another ABI, the EMULATOR."""
 import os, re, shlex, shutil, subprocess, sys, unittest
 from os import environ
 from pathlib import Path
@@ -7,12 +7,14 @@ from pathlib import Path
 PROJECT = Path(__file__).parents[2]
 SCRATCH = Path(sys.argv.pop(1))
 PREFIX, SDK = SCRATCH / "prefix", SCRATCH / "sdk"
+LIB = PREFIX / environ["LIBDIR"]
+SDK_LIB = SDK / environ["LIBDIR"]
 CMAKE, CC, CXX, LIBRARIES = (environ[name] for name in ("CMAKE", "CC", "CXX", "LIBRARIES"))
 EMULATOR = environ["EMULATOR"].split()
 VUNIT = PROJECT / "virtual-unit/vunit"
 
 # The linker of another ABI does not look for what a library needs by itself.
-LINK = f"-Wl,-rpath-link,{LIBRARIES}:{SDK}/lib"
+LINK = f"-Wl,-rpath-link,{LIBRARIES}:{SDK_LIB}"
 environ["LDFLAGS"] = f"'{LINK}'"
 
 
@@ -38,7 +40,9 @@ def build(source, directory, *options):
 
 
 def on_unit(*command, emulator=EMULATOR, **options):
-    return run(VUNIT, "run", "unit", "--", "env", f"LD_LIBRARY_PATH={LIBRARIES}", *emulator, *command, **options)
+    # As packages, another ABI's programs are installed for the path of a system.
+    path = f"{LIBRARIES}:{LIB}" if EMULATOR else LIBRARIES
+    return run(VUNIT, "run", "unit", "--", "env", f"LD_LIBRARY_PATH={path}", *emulator, *command, **options)
 
 
 def install(prefix, *components):
