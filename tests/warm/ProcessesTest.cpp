@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstring>
 #include <thread>
 
 #include <fcntl.h>
@@ -181,18 +182,31 @@ TEST_F(Clients, SlotIsGuardedByItsOwnMutex) {
     }
 }
 
+void expectRepair() {
+    const std::string log = logOf([] { EXPECT_EQ(Bsp_getSlotId(), 1); });
+    EXPECT_EQ(countOf(log, "[bsp.networking] 2 "), 1) << log;
+}
+
 // As a restart, or an owner that died, leaves it. Those who sleep on it as earlier programs do are
 // woken, too.
-TEST_F(Clients, SlotMutexThatLostItsOwnerIsMadeAnew) {
+TEST_F(Clients, SlotMutexThatLostItsOwnerIsReinitialised) {
     Bsp_setSlotId(1);
     ASSERT_EQ(pthread_mutex_lock(slotMutex()), 0);
     Child sleeper([&] {
         EXPECT_EQ(pthread_mutex_lock(slotMutex()), 0);
         EXPECT_EQ(pthread_mutex_unlock(slotMutex()), 0);
     });
-    const std::string log = logOf([] { EXPECT_EQ(Bsp_getSlotId(), 1); });
-    EXPECT_EQ(countOf(log, "[bsp.networking] 2 "), 1) << log;
+    expectRepair();
     EXPECT_EQ(sleeper.wait().status, 0);
+}
+
+TEST_F(Clients, SlotMutexOfNoiseIsReinitialised) {
+    inChild([] { Bsp_setSlotId(1); });
+    const std::string noise = unit::noise(21 * sizeof(pthread_mutex_t));
+    for (std::size_t at = 0; at < noise.size(); at += sizeof(pthread_mutex_t)) {
+        std::memcpy(slotMutex(), &noise[at], sizeof(pthread_mutex_t));
+        expectRepair();
+    }
 }
 
 TEST(Processes, StartWaitsForWhoeverMakesTheSyncArea) {

@@ -5,6 +5,7 @@
 #include "bsp/WarmDatabase.hpp"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <climits>
@@ -46,15 +47,13 @@ int waitOnce(pthread_mutex_t& mutex) {
     return ETIMEDOUT;
 }
 
-// Whether this process has made it anew: another one may have been faster. Those who sleep on it
-// without a time limit would never look at it again.
-bool makeAnew(pthread_mutex_t& mutex, const Bytes& seen) {
+// Whether this process has reinitialised it: another one may have been faster.
+bool repair(pthread_mutex_t& mutex, const Bytes& seen) {
     const std::lock_guard lock(dtcm::WarmDatabase::getInstance());
     if (bytesOf(mutex) != seen) {
         return false;
     }
-    initialiseProcessShared({&mutex, 1});
-    syscall(SYS_futex, &mutex, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+    reinitialise(mutex);
     return true;
 }
 
@@ -66,15 +65,40 @@ int waitAndRepair(pthread_mutex_t& mutex) {
             return result;
         }
         unchanged = bytesOf(mutex) == before ? unchanged + 1 : 0;
-        if (unchanged >= WaitsWithoutChange && makeAnew(mutex, before)) {
-            BSP_LOG_AT(
-                slotLog(), 2, __LINE__, "WarmSlot",
-                "Warning: the mutex of the SLOT object has lost its owner, it was made anew");
+        if (unchanged >= WaitsWithoutChange && repair(mutex, before)) {
+            reportRepair();
         }
     }
 }
 
+pthread_mutex_t freshMutex() {
+    pthread_mutex_t mutex;
+    initialiseProcessShared({&mutex, 1});
+    return mutex;
+}
+
 } // namespace
+
+bool isDamaged(const pthread_mutex_t& mutex) {
+    return mutex.__data.__kind != freshMutex().__data.__kind;
+}
+
+// The kind comes first: who dies on the way must not leave zeroes, which say that the object was
+// never initialised. Those who sleep without a time limit would never look at the mutex again.
+void reinitialise(pthread_mutex_t& mutex) {
+    const pthread_mutex_t fresh = freshMutex();
+    mutex.__data.__kind = fresh.__data.__kind;
+    std::atomic_signal_fence(std::memory_order_release);
+    std::memcpy(&mutex, &fresh, sizeof mutex);
+    syscall(SYS_futex, &mutex, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+}
+
+void reportRepair() {
+    BSP_LOG_AT(
+        slotLog(), 2, __LINE__, "WarmSlot",
+        "Warning: the mutex of the SLOT object was damaged or had lost its owner, it was "
+        "reinitialised");
+}
 
 SlotLock::SlotLock(pthread_mutex_t& mutex) : m_mutex(mutex) {
     int result = pthread_mutex_trylock(&mutex);

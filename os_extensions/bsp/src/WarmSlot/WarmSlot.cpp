@@ -21,13 +21,20 @@ namespace {
 /// Lies in the warm area, shared by every process.
 struct WarmSlot::SlotObject : SlotLayout {
     // The object's creator gave the database lock back before it could initialise the object:
-    // another process may get here first, or find what a creator that was killed has left.
-    void initialiseOnce(dtcm::WarmDatabase& database) {
+    // another process may get here first, or find what a creator that was killed has left. After a
+    // restart of unknown cause there may be noise. Whether the mutex had to be repaired.
+    bool initialiseOnce(dtcm::WarmDatabase& database) {
         const std::lock_guard lock(database);
         if (!isInitialised()) {
             slotId = SlotNotSet;
             initialiseProcessShared({&mutex, 1});
+            return false;
         }
+        const bool damaged = isDamaged(mutex);
+        if (damaged) {
+            reinitialise(mutex);
+        }
+        return damaged;
     }
 };
 
@@ -45,7 +52,9 @@ WarmSlot::WarmSlot() {
             return;
         }
         m_slotObject = static_cast<SlotObject*>(data);
-        m_slotObject->initialiseOnce(database);
+        if (m_slotObject->initialiseOnce(database)) {
+            reportRepair();
+        }
         m_valid = true;
         BSP_LOG(
             slotLog(), 5, "The ", SlotObjectName,
