@@ -1,12 +1,13 @@
 /// bsp-warm: opens the warm database and stays. Whoever opens it first should live longest.
 #include "FileDescriptor.hpp"
-#include "bsp/Bsp.h"
+#include "SharedObjects.hpp"
 
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 #include <sys/socket.h>
@@ -34,27 +35,40 @@ bool sendTo(std::string_view path, std::string_view message) {
                          reinterpret_cast<const sockaddr*>(&address), length) >= 0;
 }
 
-// Where nobody has asked to be told, there is nobody to tell.
-bool tellReady() {
+// Without $NOTIFY_SOCKET no service manager is listening.
+bool notifyReady() {
     const char* const path = std::getenv("NOTIFY_SOCKET");
     return path == nullptr || sendTo(path, "READY=1");
 }
 
+int print(const char* text) {
+    return std::puts(text) >= 0 && std::fflush(stdout) == 0 ? 0 : 1;
+}
+
 } // namespace
 
-int main(int argc, char** /*argv*/) {
+int main(int argc, char** argv) {
+    constexpr const char* Usage = "Usage: bsp-warm [--help | --version]";
+    const std::string_view option = argc == 2 ? argv[1] : "";
+    if (option == "--help" || option == "-h") {
+        return print(Usage);
+    }
+    if (option == "--version") {
+        return print("bsp-warm " BSP_VERSION);
+    }
     if (argc > 1) {
-        std::fputs("Usage: bsp-warm\n", stderr);
+        std::fprintf(stderr, "%s\n", Usage);
         return 64;
     }
-    if (WarmDatabase_getInfo(nullptr, 0) != 0) {
-        return 1; // the trace tells why
+    std::string problem = keeper::shareDatabase();
+    if (problem.empty() && !notifyReady()) {
+        problem = std::string("NOTIFY_SOCKET: ") + std::strerror(errno);
     }
-    if (!tellReady()) {
-        std::perror("bsp-warm: NOTIFY_SOCKET");
-        return 1;
+    // It ends on the spot, now or by a signal: what it has created stays for those who use it.
+    if (!problem.empty()) {
+        std::fprintf(stderr, "bsp-warm: %s\n", problem.c_str());
+        std::_Exit(1);
     }
-    // A signal ends it on the spot: what it has created stays for those who use it.
     while (true) {
         pause();
     }
