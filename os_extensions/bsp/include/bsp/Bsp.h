@@ -164,7 +164,11 @@ BSP_EXPORT int Bsp_getUbootProductInfo(
 /// -1 with a message on the trace "Bsp.WarmDatabase" where something is wrong; `*data` is null
 /// then. Out-parameters must not be null. Data belong to the warm area, are aligned to 16 bytes and
 /// valid as long as the process; the clients of one name agree on its size and format by
-/// themselves, and on what protects it: the sync object, or a lock inside the object.
+/// themselves, and protect it with the sync object.
+///
+/// A mutex inside an object may only be tried, with pthread_mutex_trylock(), again and again, as
+/// the slot id does: where the area is a device's memory, no thread can sleep on it, and the C
+/// library ends the process that tries to.
 ///
 /// A call waits for the database lock. A holder that dies is succeeded by whoever waits.
 

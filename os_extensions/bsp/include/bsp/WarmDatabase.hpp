@@ -31,8 +31,10 @@ inline constexpr std::size_t MaxObjectSize = 1520;    // bytes
 /// An object is known by its name alone, 1 to 15 bytes other than zero; its size is checked against
 /// the maximum and not kept, so the clients of one name must agree on size and format. The data
 /// that an operation hands out lie in the warm area itself: aligned to 16 bytes, valid as long as
-/// the process, owned by the area, never to be freed. Nothing protects them but what their clients
-/// agree on: the object's sync object, or a lock inside the object.
+/// the process, owned by the area, never to be freed. Nothing protects them but their clients,
+/// who lock the object's sync object. A mutex inside an object may only be tried, with
+/// pthread_mutex_trylock(), again and again, as the slot id does: where the area is a device's
+/// memory, no thread can sleep on it, and the C library ends the process that tries to.
 class BSP_EXPORT WarmDatabase {
 public:
     /// Holds a semaphore for its lifetime. A null semaphore, or one that cannot be waited for,
