@@ -8,12 +8,16 @@
      SEMAPHORES that can be made in all; after that making one fails. FAILURES of sem_open besides.
      STRANGER 1: one more process uses only the semaphore; 2: it makes one, too, if there is none.
      FAULT planted: 1 the record's number is never written, 2 it is not 0 while a semaphore is made,
-       3 nobody changes to a newer semaphore, 4 a cold restart is not noted as pending, 5 nor as
-       handled when a stranger's semaphore is free, 6 a maker does not look for the name again.
+       3 nobody changes to a newer semaphore, 4 a maker does not note a cold restart as pending,
+       5 nobody notes it as handled when a stranger's semaphore is free, 6 a maker does not look for
+       the name again, 7 a process that cannot make a semaphore does not note it as pending.
 
    Nothing is promised once a process has presumed too much: it has adopted a semaphore that the
    stranger held for the whole patience, or has cleared the area without holding the semaphore that
-   the stranger made, since it could not open that or has an older one. Nor is a stranger's clearing known to those who come after it has ended. Threads, and the mutex that guards handles within a process, are left out. */
+   the stranger made, since it could not open that or has an older one. Nor is a stranger's clearing
+   known to those who come after it has ended, or who have never had its semaphore. The stranger is
+   kept apart from those who hold the same semaphore, and not from those with an older one or with
+   the mutex alone. Threads, and the mutex that guards handles within a process, are left out. */
 mtype = { Away, Moving, Holding };
 mtype = { Unasked, Pending, Handled };
 
@@ -29,7 +33,8 @@ inline create() { made++; name = made }
 inline post(s)  { value[s]++; assert(value[s] <= 1 || presumed) }
 
 inline open() { /* mine is also the number of a semaphore that cannot be opened */
-    atomic { if :: semaphore = name :: failures > 0 -> failures--; semaphore = 0 fi; mine = name } }
+    atomic { if :: semaphore = name; failed = false
+                :: failures > 0 -> failures--; semaphore = 0; failed = true fi; mine = name } }
 
 inline note(n, p) {
     progress = Moving;
@@ -52,14 +57,22 @@ inline handle() { /* by a process that holds the lock and knows that the restart
 
 inline restore() { restart = leftRestart; note(leftNumber, left) }
 
+inline noteRestart() { /* by a process that has not made a semaphore */
+    atomic { mutex == 0 -> mutex = me };
+    if :: FAULT != 7 && name == 0 && restart == Unasked -> restart = Pending :: else fi;
+    mutex = 0 }
+
 proctype Process(byte me) {
     byte semaphore, mine, leftNumber; mtype left = Away, leftRestart = Unasked;
-    bool holds, maker, device, asked, done;
+    bool failed, holds, maker, device, asked, done;
     {
         if :: device = true :: me == 1 -> device = false fi;
 
 start:  open();
-        if :: mine != 0 -> goto work :: else fi;
+        if :: failed -> failed = false; noteRestart(); goto work
+           :: !failed && mine != 0 -> goto work
+           :: else
+        fi;
         atomic { mutex == 0 -> mutex = me };
         if :: name != 0 && FAULT != 6 -> mutex = 0; goto start :: else fi;
         atomic { left = progress; leftNumber = number; leftRestart = restart };
@@ -68,10 +81,12 @@ start:  open();
         if :: atomic { name == 0 && made < SEMAPHORES -> create(); semaphore = made; mine = made };
               note(mine, Holding); holds = true; maker = true; handle(); give()
            :: name != 0 -> restore(); mutex = 0; goto start
-           :: made == SEMAPHORES && name == 0 -> restore(); mutex = 0
+           :: atomic { name == 0 && (made == SEMAPHORES || failures > 0) ->
+                       if :: made < SEMAPHORES -> failures-- :: else fi };
+              restore(); mutex = 0; noteRestart()
            :: atomic { failures > 0 && name == 0 && made < SEMAPHORES ->
                        failures--; create(); mine = made };
-              mutex = 0 /* no memory for the handle, but the semaphore is there */
+              mutex = 0; noteRestart() /* no memory for the handle, but the semaphore is there */
         fi;
 
 work:   do :: done -> break
@@ -108,15 +123,15 @@ work:   do :: done -> break
               atomic { assert(inside == 0 && (!holds || semaphore == number));
                        inside = me; with = (holds -> semaphore : 0);
                        assert(presumed || !holds || held != semaphore);
-                       if :: device && (holds || restart != Unasked) ->
+                       if :: device && (holds || restart != Unasked || strange == 0) ->
                              assert(cleared || presumed); used = true :: else fi };
               inside = 0; done = true; give()
            :: break /* without having used it */
         od;
         if :: maker -> atomic { if :: name == mine -> name = 0 :: else fi } :: else fi
     } unless { dead[me] };
-    atomic { semaphore = 0; mine = 0; leftNumber = 0; left = Away; leftRestart = Unasked; /* fewer states */
-             holds = false; maker = false; device = false; asked = false; done = false }
+    atomic { semaphore = 0; mine = 0; leftNumber = 0; left = Away; leftRestart = Unasked; failed = false;
+             holds = false; maker = false; device = false; asked = false; done = false } /* fewer states */
 }
 
 proctype Stranger() {

@@ -145,6 +145,25 @@ TEST_F(Clients, UnlockGivesBackOnlyWhatItsThreadHas) {
     EXPECT_EQ(value(), 1);
 }
 
+// The thread ends in order, and its last destructor can use the database.
+TEST_F(Clients, ACancelledThreadThatWaitsGivesBackWhatItHas) {
+    struct Late {
+        ~Late() { EXPECT_EQ(Object("late").result, 0); }
+    };
+    ASSERT_EQ(sem_wait(m_semaphore), 0);
+    std::thread thread([] {
+        thread_local const Late late;
+        Object("A");
+        pthread_testcancel();
+    });
+    std::this_thread::sleep_for(30ms);
+    pthread_cancel(thread.native_handle());
+    std::this_thread::sleep_for(30ms);
+    sem_post(m_semaphore);
+    thread.join();
+    EXPECT_EQ(countOf(logOf([] { Object("B"); }), "taken over"), 0);
+}
+
 // Nobody reads what this process reports, so it waits for ever; the others do not. The slot's
 // object is looked at again with the lock.
 TEST_F(Clients, ReportsAreWrittenWithoutTheLock) {

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdarg>
 #include <stdexcept>
 #include <thread>
 
@@ -25,6 +26,7 @@ namespace {
 void (*asked)() = nullptr; // before the cause of the last restart is
 std::atomic<bool> inStart = false;
 int failingWaits = 0;
+bool failingOpens = false;
 
 // The function of this name behind the program's own.
 template <class Function>
@@ -39,6 +41,19 @@ BSP_EXPORT os::bsp::ResetType os::bsp::getResetType() {
         asked();
     }
     return next<ResetType()>("_ZN2os3bsp12getResetTypeEv")();
+}
+
+extern "C" BSP_EXPORT sem_t* sem_open(const char* name, int flags, ...) {
+    std::va_list arguments;
+    va_start(arguments, flags);
+    const auto mode = va_arg(arguments, mode_t);
+    const auto value = va_arg(arguments, unsigned);
+    va_end(arguments);
+    if (failingOpens) {
+        errno = EMFILE;
+        return SEM_FAILED;
+    }
+    return next<sem_t*(const char*, int, ...)>("sem_open")(name, flags, mode, value);
 }
 
 extern "C" BSP_EXPORT int sem_trywait(sem_t* sem) {
@@ -92,6 +107,22 @@ TEST(Startup, AFirstProcessWithoutTheDeviceLeavesTheColdRestartPending) {
         std::filesystem::remove(SemaphoreFile);
         EXPECT_EQ(countOf(start(), "COLD restart already handled, leaving database as is."), 1);
     }
+}
+
+TEST(Startup, AFirstProcessWithoutTheSemaphoreHandlesTheColdRestart) {
+    unit::restart(unit::Cold, unit::noise(32768));
+    Child first([] {
+        failingOpens = true;
+        EXPECT_TRUE(Object("A").created);
+        raise(SIGSTOP);
+    });
+    waitpid(first.pid(), nullptr, WUNTRACED);
+    const auto find = [] {
+        EXPECT_FALSE(Object("A").created);
+    };
+    EXPECT_EQ(countOf(start(find), "COLD restart already handled, leaving database as is."), 1);
+    kill(first.pid(), SIGCONT);
+    EXPECT_EQ(first.wait().status, 0);
 }
 
 TEST(Startup, AChildForkedWhileAnotherThreadIsInItStartsItself) {

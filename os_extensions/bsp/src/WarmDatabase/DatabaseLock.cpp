@@ -1,6 +1,7 @@
 #include "DatabaseLock.hpp"
 
 #include "DatabaseLog.hpp"
+#include "FileDescriptor.hpp"
 #include "Layout.hpp"
 #include "SharedMemory.hpp"
 
@@ -77,6 +78,8 @@ void post(sem_t* semaphore) {
 }
 
 [[gnu::noinline]] void waitAStep() {
+    const posix::NoCancellation
+        whileHoldingTheMutex; // or a cancelled thread's destructors wait for it
     std::this_thread::sleep_for(WaitingStep);
 }
 
@@ -118,13 +121,13 @@ DatabaseLock::Result DatabaseLock::openSemaphore() {
         m_number = fileNumber(DatabaseSemaphoreFile);
         semaphore = sem_open(DatabaseSemaphoreName, 0);
         error = semaphore != SEM_FAILED ? 0 : errno;
-    } while (fileNumber(DatabaseSemaphoreFile) != m_number);
+    } while (fileNumber(DatabaseSemaphoreFile) != m_number || (m_number == 0 && error == 0));
     sem_t* const old = m_semaphore.exchange(semaphore);
     if (old != nullptr && !m_mutexFailed) { // else another thread may be using it without the mutex
         sem_close(old);
     }
-    const int lastError = std::exchange(m_openError, error);
-    errno = error != lastError ? error : 0;
+    m_openError = error;
+    errno = error;
     return error == 0 ? Result::Done : error == ENOENT ? Result::TryOther : Result::Failed;
 }
 
@@ -173,8 +176,8 @@ int DatabaseLock::createSemaphore() {
 }
 
 void DatabaseLock::noteRestart() {
-    take();
-    if (held.mutex && fileNumber(DatabaseSemaphoreFile) == 0) {
+    held = {};
+    if (m_record != nullptr && takeMutex() && fileNumber(DatabaseSemaphoreFile) == 0) {
         notePending();
     }
     give();
@@ -246,7 +249,8 @@ void DatabaseLock::note(std::uint32_t number, Progress progress) {
 // To the semaphore that has the name. If the record names an older one, a process without the
 // record has made this one.
 void DatabaseLock::changeSemaphore() {
-    if (openSemaphore() == Result::Failed) {
+    const int lastError = m_openError;
+    if (openSemaphore() == Result::Failed && errno != lastError) {
         held.errors[SemOpen] = errno;
     }
     const std::uint32_t number = load(m_record->semaphore);
@@ -275,8 +279,8 @@ void DatabaseLock::takeSemaphore() {
     held.semaphore = load(m_semaphore);
 }
 
-// A semaphore that the record does not name has a maker without the record, or one that has died.
-// Only the former ever posts it, and has cleared the area by then.
+// The maker of a semaphore that the record does not name has no record, or has died. If the
+// semaphore is free, its maker has no record, and cleared the area before it posted.
 bool DatabaseLock::tryTake(Progress left) {
     if (load(m_record->semaphore) != m_number) {
         if (isTaken(load(m_semaphore))) {

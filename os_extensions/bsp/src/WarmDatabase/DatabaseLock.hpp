@@ -11,8 +11,8 @@ namespace os::bsp::dtcm {
 
 /// The lock that every process takes before it looks for a block: the run record's mutex, then the
 /// database semaphore that has the name now. If a holder dies, the next process that takes the lock
-/// takes it over. A process that uses only the semaphore is waited for as long as it lives, until
-/// another semaphore gets the name.
+/// takes it over. A process that uses only the semaphore is waited for as long as both use the same
+/// one.
 ///
 /// Set up once, before more than one thread uses it. Without a record the lock is the semaphore
 /// alone, without a semaphore the mutex alone. While it is held, nothing is logged or allocated,
@@ -20,7 +20,7 @@ namespace os::bsp::dtcm {
 /// change both together.
 class DatabaseLock {
 public:
-    enum class Result { Done, TryOther, Failed }; // Failed: with errno set, 0 if that is no news
+    enum class Result { Done, TryOther, Failed }; // Failed: with errno set
 
     void useRecord(RunRecord* record) noexcept { m_record = record; }
     RunRecord* record() const noexcept { return m_record; }
@@ -32,8 +32,8 @@ public:
     /// this process has created it, and this thread holds the lock. TryOther when there is one.
     Result makeSemaphore();
 
-    /// Notes a cold restart as pending if no process has made a semaphore yet, for a process that
-    /// fails before it comes to that.
+    /// Notes a cold restart as pending if there is no semaphore, for a process that fails to make
+    /// one: its first operation then handles the restart.
     void noteRestart();
 
     /// In the same thread, and not re-entrant. Once the lock is free, give() reports what failed
@@ -58,9 +58,8 @@ private:
 
     RunRecord* m_record = nullptr;
     std::atomic<sem_t*> m_semaphore = nullptr;
-    std::uint32_t m_number =
-        0;               // of the semaphore; without one, of the record's when that was tried
-    int m_openError = 0; // of the last opening
+    std::uint32_t m_number = 0; // of the semaphore; without one, the record's when opening failed
+    int m_openError = 0;        // of the last opening
     std::atomic<bool> m_mutexFailed = false;
 };
 

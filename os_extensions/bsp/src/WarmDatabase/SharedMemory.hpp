@@ -23,9 +23,8 @@ struct SharedObject {
 SharedObject openSharedObject(
     const char* name, std::size_t size, int flags, int (*initialise)(std::byte* memory));
 
-/// The inode number of a shared object's file, which tells it from all others that have had the
-/// same name in this system run, as tmpfs numbers files in the order of their creation. 0 without a
-/// file.
+/// The inode number of a shared object's file; 0 without a file. It tells the object from all
+/// others that have had the same name in this system run, since tmpfs gives no number twice.
 std::uint32_t fileNumber(const char* file);
 
 /// Zero-filled memory of this process alone, in place of an area that cannot be shared: mapped, or

@@ -149,6 +149,7 @@ bool WarmDatabase::initDatabaseSemaphore() const {
     }
     if (result == Result::Failed) {
         BSP_LOG(databaseLog(), 1, "error in sem_open error: ", std::strerror(errno));
+        databaseLock().noteRestart();
     }
     return false;
 }

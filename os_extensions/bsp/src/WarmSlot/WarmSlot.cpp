@@ -7,8 +7,10 @@
 #include "WarmDatabase/InitError.hpp"
 #include "bsp/WarmDatabase.hpp"
 
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
+#include <new>
 
 namespace os::bsp {
 
@@ -95,9 +97,12 @@ void WarmSlot::set(int const& slotId) {
     BSP_LOG(slotLog(), 5, "Setting slotId to: ", slotId);
 }
 
+// As WarmDatabase::getInstance(): a child forked while another thread is in here starts again.
 WarmSlot& slotInstance() {
-    static WarmSlot instance;
-    return instance;
+    static constinit pthread_once_t constructed = PTHREAD_ONCE_INIT;
+    alignas(WarmSlot) static constinit std::byte instance[sizeof(WarmSlot)]{};
+    pthread_once(&constructed, [] { new (instance) WarmSlot; });
+    return *std::launder(reinterpret_cast<WarmSlot*>(instance));
 }
 
 } // namespace os::bsp
