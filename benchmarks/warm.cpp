@@ -1,5 +1,5 @@
-// The warm database beside Boost.Interprocess, with 21 objects in either. To be run on a virtual
-// unit: it fills the unit's warm area.
+// The warm database beside Boost.Interprocess, with 21 objects in each. Run it on a virtual unit,
+// whose warm area it fills.
 #include "bsp/Bsp.h"
 
 #include <benchmark/benchmark.h>
@@ -7,7 +7,6 @@
 
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -30,10 +29,10 @@ using Object = std::array<char, 1520>;
 constexpr const char* SegmentName = "benchmark";
 constexpr const char* LastObject = "object 20";
 
-// A measurement of what fails would tell nothing: on a machine without a warm area, say.
+// Ends the program when an operation fails, for example on a machine without a warm area.
 void require(bool success) {
     if (!success) {
-        std::fputs("It failed: this is to be run on a virtual unit\n", stderr);
+        std::fputs("warm_benchmark: an operation failed; run it on a virtual unit\n", stderr);
         std::_Exit(1);
     }
 }
@@ -51,7 +50,7 @@ void makeObjects() {
     }
 }
 
-// A process that keeps the shared objects' names while others come and go.
+// Starts a process that creates the shared objects and keeps their names.
 pid_t startKeeper() {
     int ready[2];
     require(pipe(ready) == 0);
@@ -70,50 +69,12 @@ pid_t startKeeper() {
     return keeper;
 }
 
-template <class Action>
-double secondsInChild(Action action) {
-    int result[2];
-    require(pipe(result) == 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        const auto begin = std::chrono::steady_clock::now();
-        action();
-        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
-        const double seconds = taken.count();
-        _exit(write(result[1], &seconds, sizeof seconds) == sizeof seconds ? 0 : 1);
-    }
-    double seconds = 0;
-    const bool whole = read(result[0], &seconds, sizeof seconds) == sizeof seconds;
-    close(result[0]);
-    close(result[1]);
-    waitpid(child, nullptr, 0);
-    return whole ? seconds : 1;
-}
-
-void attachToDatabase(benchmark::State& state) {
-    for ([[maybe_unused]] auto _ : state) {
-        state.SetIterationTime(secondsInChild([] {
-            void* data = nullptr;
-            WarmDatabase_retrieveObject(LastObject, &data, sizeof(Object));
-        }));
-    }
-}
-
-void attachToBoostSegment(benchmark::State& state) {
-    for ([[maybe_unused]] auto _ : state) {
-        state.SetIterationTime(secondsInChild([] {
-            ipc::managed_shared_memory segment(ipc::open_only, SegmentName);
-            benchmark::DoNotOptimize(segment.find<Object>(LastObject));
-        }));
-    }
-}
-
 ipc::managed_shared_memory& segment() {
     static ipc::managed_shared_memory opened(ipc::open_only, SegmentName);
     return opened;
 }
 
-// What is measured, as done once.
+// One step of each measurement.
 
 void retrieve() {
     void* data = nullptr;
@@ -140,7 +101,7 @@ void getSlotId() {
     benchmark::DoNotOptimize(Bsp_getSlotId());
 }
 
-/// What all processes of this program share: locks to compare with, and the end of a measurement.
+/// What all processes of this program share: locks to compare with, and the state of a measurement.
 struct Shared {
     Shared() {
         pthread_mutexattr_t attributes;
@@ -180,7 +141,7 @@ void alone(benchmark::State& state) {
     }
 }
 
-// Several processes do the same for as long as this one; counted is what all have done.
+// Other processes do the same for as long as this one measures; the operations of all are counted.
 template <void operation()>
 void together(benchmark::State& state) {
     shared().done = false;
@@ -205,9 +166,6 @@ void together(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() + shared().operations);
 }
 
-// Processes are attached before this one has a connection that they would inherit.
-BENCHMARK(attachToDatabase)->UseManualTime();
-BENCHMARK(attachToBoostSegment)->UseManualTime();
 BENCHMARK(alone<retrieve>);
 BENCHMARK(alone<boostFind>);
 BENCHMARK(alone<findOrCreate>);
