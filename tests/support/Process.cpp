@@ -22,11 +22,6 @@ std::string takeContent(int fd) {
     return content;
 }
 
-// A child starts with those of the test.
-int countFailures() {
-    return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count();
-}
-
 } // namespace
 
 Child::Child(const std::function<void()>& body) noexcept
@@ -36,9 +31,8 @@ Child::Child(const std::function<void()>& body) noexcept
     if (m_pid == 0) {
         dup2(m_out, STDOUT_FILENO);
         dup2(m_err, STDERR_FILENO);
-        const int before = countFailures();
         body();
-        std::exit(countFailures() > before ? 1 : 0);
+        std::exit(testing::Test::HasFailure() ? 1 : 0);
     }
 }
 

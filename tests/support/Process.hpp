@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cerrno>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include <dlfcn.h>
 #include <sys/types.h>
 
 namespace test {
@@ -50,6 +53,38 @@ using Words = std::vector<std::string>;
 
 inline Outcome runProgram(const Words& command) {
     return inChild([&] { execute(command); });
+}
+
+/// The number of open descriptors of this process, and one more.
+inline auto countDescriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+/// `count` calls of a library's function, from the `first`-th on, give -1 and the error, or do
+/// nothing and give 0 if that is 0.
+struct Fault {
+    std::string_view symbol;
+    int first = 1;
+    int error = 0;
+    int count = 1;
+};
+
+inline Fault pending;
+
+/// The library's function behind the test program's own.
+template <class Function>
+Function* original(Function& /*own*/, const char* symbol) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));
+}
+
+/// What the test program's own function returns.
+template <class Function, class... Arguments>
+auto answer(Function& own, const char* symbol, Arguments... arguments) {
+    if (pending.symbol == symbol && --pending.first <= 0 && --pending.count >= 0) {
+        errno = pending.error;
+        return decltype(own(arguments...))(pending.error == 0 ? 0 : -1);
+    }
+    return original(own, symbol)(arguments...);
 }
 
 /// Level and text of the layer's records, a line each, and nothing else of the output.
