@@ -7,14 +7,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <functional>
 #include <regex>
-#include <string_view>
 
-#include <dlfcn.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
@@ -24,39 +21,21 @@
 
 namespace {
 
-// Calls of a function of the C library or zlib that this program answers in its place: `count` of
-// them from the `first`-th on give -1 and the error; where that is 0, they do nothing and give 0.
-struct Fault {
-    std::string_view symbol;
-    int first = 1;
-    int error = 0;
-    int count = 1;
-};
+using namespace test;
 
-Fault pending;
 // Its symbol tells the width of a time where that has changed.
 constexpr const char* Fstat = sizeof(time_t) > sizeof(long) ? "__fstat64_time64" : "fstat64";
 constexpr std::size_t LongestRead = 1000; // a file may always deliver less
 
-template <typename Function, typename... Arguments>
-auto answer(Function& function, const char* symbol, Arguments... arguments) {
-    if (pending.symbol == symbol && --pending.first <= 0 && --pending.count >= 0) {
-        errno = pending.error;
-        return decltype(function(arguments...))(pending.error == 0 ? 0 : -1);
-    }
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol))(arguments...);
-}
-
 int nextDescriptor() {
-    const int fd = dup(STDERR_FILENO);
-    close(fd);
-    return fd;
+    return posix::FileDescriptor::own(dup(STDERR_FILENO)).get();
 }
 
 } // namespace
 
 extern "C" {
 BSP_EXPORT off_t lseek(int fd, off_t offset, int whence) {
+    EXPECT_EQ(fcntl(fd, F_GETFD), FD_CLOEXEC);
     return answer(lseek, "lseek64", fd, offset, whence);
 }
 BSP_EXPORT ssize_t read(int fd, void* buf, std::size_t nbytes) {
@@ -67,6 +46,9 @@ BSP_EXPORT int fstat(int fd, struct stat* buf) noexcept {
 }
 BSP_EXPORT int unlink(const char* name) noexcept {
     return answer(unlink, "unlink", name);
+}
+BSP_EXPORT int ferror(FILE* stream) noexcept {
+    return answer(ferror, "ferror", stream);
 }
 BSP_EXPORT int inflateInit2_(z_streamp strm, int windowBits, const char* version, int stream_size) {
     return answer(inflateInit2_, "inflateInit2_", strm, windowBits, version, stream_size);
@@ -81,16 +63,16 @@ std::string recordsOf(int level, const Fault& fault, const std::function<void()>
     TolvTrace_setLevel("bsp.core", level);
     testing::internal::CaptureStderr();
     const int descriptor = nextDescriptor();
+    const auto descriptors = countDescriptors();
     pending = fault;
     body();
     pending = {};
-    EXPECT_EQ(nextDescriptor(), descriptor);
+    EXPECT_EQ(countDescriptors(), descriptors);
     const std::regex first("fd=" + std::to_string(descriptor) + "\\)");
-    const std::string log = test::recordsIn(testing::internal::GetCapturedStderr());
+    const std::string log = recordsIn(testing::internal::GetCapturedStderr());
     return std::regex_replace(log, first, "fd=first)");
 }
 
-using namespace test;
 using namespace std::string_literals;
 using test::unit::readFile;
 using test::unit::writeFile;
@@ -104,6 +86,7 @@ const std::string Inflate = "1 Bsp_inflateArchive(): ";
 const std::string Unreadable = Find + "File error before archive found. read() returned ";
 const std::string CutShort = "4 Bsp_inflateArchive(): End-of-file reached\n";
 const std::string Kernel = "1 Bsp_getKernelRState(): ";
+const std::string Version = "1 Bsp_findLinuxVersion(): ";
 const std::string NoBanner = Kernel + "No Linux version found\n";
 const std::string NoTemporaryFile = Kernel + "Could not open tmp file: /dev/shm/zImage_tmp\n";
 const std::string Uboot = "1 Bsp_getUbootProductInfo(): ";
@@ -184,7 +167,7 @@ TEST(KernelRState, ArchiveIsFoundAndInflated) {
         {Archive.substr(0, Archive.size() - 4) + "size", badData},
         {Archive.substr(0, 30000), CutShort},
         {Archive.substr(0, Archive.size() - 1), CutShort},
-        {archiveOf(""), "1 Bsp_findLinuxVersion(): unable to mmap temp image\n" + NoBanner},
+        {archiveOf(""), Version + "unable to mmap temp image\n" + NoBanner},
     });
 }
 
@@ -252,9 +235,8 @@ TEST(KernelRState, EveryFailureIsTold) {
         {image, Inflate + "Read failed with errno = " + input, {"read", 99, EIO}},
         {image, repeated + repeated + "R2A05", {"read", 99, EINTR, 2}},
         {image, Inflate + "inflateInit2() failed with error -1\n", {"inflateInit2_", 1, EIO}},
-        {image,
-         "1 Bsp_findLinuxVersion(): fstat failed with errno = " + input + NoBanner,
-         {Fstat, 1, EIO}},
+        {image, Inflate + "fwrite() failed\n", {"ferror", 1, EIO}},
+        {image, Version + "fstat failed with errno = " + input + NoBanner, {Fstat, 1, EIO}},
     });
 }
 
@@ -279,8 +261,7 @@ TEST(KernelRState, WhatLiesAtTheTemporaryPathIsReplacedAndNeverFollowed) {
 // In the place of the closed stream the file's descriptor has to be moved, and cannot be.
 TEST(KernelRState, TheLastDescriptorLeavesNoFileBehind) {
     writeFile(File, Archive);
-    const auto left = static_cast<rlim_t>(dup(STDIN_FILENO));
-    close(static_cast<int>(left));
+    const auto left = static_cast<rlim_t>(nextDescriptor());
     const rlimit limit = {left + 1, left + 1};
     ASSERT_EQ(close(STDIN_FILENO) + setrlimit(RLIMIT_NOFILE, &limit), 0);
     EXPECT_EQ(Bsp_getKernelRState(File, Buffer, 8), -1);
@@ -293,7 +274,7 @@ TEST(KernelRState, SharedMemoryThatTakesNothingIsAnError) {
     const std::string full = "fseek failed with errno = No space left on device\n";
     expectKernel(
         {{Archive, Inflate + "fwrite() failed\n"},
-         {archiveOf(std::string(65636, 'x')), "1 Bsp_findLinuxVersion(): " + full + NoBanner}});
+         {archiveOf(std::string(65636, 'x')), Version + full + NoBanner}});
     ASSERT_EQ(mount("none", "/dev/shm", "tmpfs", MS_RDONLY, nullptr), 0);
     expectKernel({{Archive, NoTemporaryFile}});
 }
@@ -322,6 +303,7 @@ TEST(Uboot, ValuesFollowTheirLabels) {
         {"", "Not|", {}, File, 1, 4},
         {.image = "1234567" + R + "R1A\n", .expected = steps + "Not found|R1A", .level = 6},
     });
+    EXPECT_EQ(std::string(Product, 32), "Not found" + std::string(23, '\0')); // to its end
 }
 
 TEST(Uboot, EveryFailureIsTold) {
@@ -333,6 +315,7 @@ TEST(Uboot, EveryFailureIsTold) {
     // As large as a file can be, which is less where the kernel is a 32-bit one.
     const std::uint64_t huge = sizeof(void*) == 4 ? 1ULL << 43 : INT64_MAX;
     std::filesystem::resize_file("/tmp/huge", huge);
+    const std::string bytes = std::to_string(huge + 1) + " bytes\n";
     expectUboot({
         {"", Uboot + "Undefined device name\n", {}, nullptr, 0, 0},
         {"", Uboot + "Undefined buffer\n", {}, File, 0, 4, nullptr},
@@ -342,11 +325,9 @@ TEST(Uboot, EveryFailureIsTold) {
         {"", Uboot + "Failed to get size of /tmp/z. errno = " + input, {"lseek64", 1, EIO}},
         {"", Uboot + "Failed to get size of /tmp/fifo. errno = Illegal seek\n", {}, "/tmp/fifo"},
         {"", Uboot + "Failed to set file offset. errno = " + input, {"lseek64", 2, EIO}},
-        {"",
-         Uboot + "Failed to allocate " + std::to_string(huge + 1) + " bytes\n",
-         {},
-         "/tmp/huge"},
+        {"", Uboot + "Failed to allocate " + bytes, {}, "/tmp/huge"},
         {image, Uboot + "Failed to read file. errno = " + input, {"read", 2, EIO}},
+        {"", Uboot + "Failed to read file. errno = " + input, {"read", 1, EIO}},
         {image, "A|R1A"},
         {image, "A|Not found", {"read", 2}}, // it delivers less
     });

@@ -4,10 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <csignal>
 #include <cstdarg>
-#include <functional>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,10 +19,8 @@ constexpr const char* Unknown = "Unknown board revision";
 
 const char* board = "TK5452_R2_P1";
 const char* latestBoard = Unknown;
-std::function<void()> onSecondPause = [] {
-};
 std::vector<useconds_t> pauses;
-int surplus = 0; // of the length that snprintf() answers
+int measuredLength = 0; // if not 0, what snprintf() answers without a buffer
 
 } // namespace
 
@@ -40,14 +39,16 @@ BSP_EXPORT int snprintf(char* s, std::size_t maxlen, const char* format, ...) no
     va_start(arguments, format);
     const int length = vsnprintf(s, maxlen, format, arguments);
     va_end(arguments);
-    return s == nullptr ? length : length + surplus;
+    return s == nullptr && measuredLength != 0 ? measuredLength : length;
+}
+
+BSP_EXPORT off_t lseek(int fd, off_t offset, int whence) {
+    EXPECT_EQ(fcntl(fd, F_GETFD), FD_CLOEXEC);
+    return test::answer(lseek, "lseek64", fd, offset, whence);
 }
 
 BSP_EXPORT int usleep(useconds_t useconds) {
     pauses.push_back(useconds);
-    if (pauses.size() == 2) {
-        onSecondPause();
-    }
     return 0;
 }
 }
@@ -74,7 +75,9 @@ std::string chip(std::string_view bytes = "", const std::string& id = "\x12\x34\
 
 void expect(int result, const std::string& out) {
     testing::internal::CaptureStdout();
+    const auto descriptors = countDescriptors();
     EXPECT_EQ(Idt_writeConfig(), result);
+    EXPECT_EQ(countDescriptors(), descriptors);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), out);
 }
 
@@ -140,9 +143,17 @@ TEST(ClockWriter, UnknownRevisionFallsBackToTheLatestBoard) {
     expect(-1, fallback + Error + "/dev/idt could not be opened\n");
     EXPECT_FALSE(std::filesystem::exists(Device));
     unit::writeFile(Device, chip());
-    surplus = 1;
-    expect(-1, fallback + Error + "Failed to create string with idt config file path\n");
-    surplus = 0;
+    const rlim_t size = std::stoull(unit::readFile("/proc/self/statm")) * 4096;
+    const rlimit limit = {size + (1U << 30), RLIM_INFINITY}; // too little for the longest path
+    setrlimit(RLIMIT_AS, &limit);
+    for (const auto& [length, step] :
+         {std::pair{-1, "calculate string length for"},
+          {INT_MAX, "allocate memory for"},
+          {100, "create string with"}}) {
+        measuredLength = length;
+        expect(-1, fallback + Error + "Failed to " + step + " idt config file path\n");
+    }
+    measuredLength = 0;
     unit::writeFile("/etc/idt_TK5452_XPIC.conf", "1");
     expect(0, fallback + Identified + Notice + "Completed successfully for TK5452_XPIC\n");
 }
@@ -152,27 +163,28 @@ TEST(ClockWriter, ChipHasThreeAttemptsToAnswer) {
     unit::writeFile(Device, "\xEE\xEE\xEE\xEE");
     expect(-1, "ERROR: Idt_init(): Input/output error\n" + NoAddress);
     EXPECT_EQ(std::exchange(pauses, {}), (std::vector<useconds_t>{20000, 20000}));
-    onSecondPause = [] {
-        unit::writeFile(Device, chip("", {"\xf0\x01\x2f\xff", 4}));
-    };
+    unit::writeFile(Device, chip("", {"\xf0\x01\x2f\xff", 4}));
+    pending = {"lseek64", 1, ENXIO, 2};
     expect(
         0, "NOTICE: Idt_init(): Device ID = 0x012, Revision = 15, Dash Code = 2047\n" + Completed);
     EXPECT_EQ(pauses.size(), 2U);
     std::filesystem::remove(Device);
     std::filesystem::create_symlink("/dev/zero", Device); // its offset stays 0
     expect(-1, "ERROR: Idt_init(): Input/output error\n" + NoAddress);
-    std::filesystem::remove(Device);
-    ASSERT_EQ(mkfifo(Device, 0600), 0);
-    expect(-1, "ERROR: Idt_init(): Illegal seek\n" + NoAddress);
+    pending = {"lseek64", 1, ENXIO, 3};
+    expect(-1, "ERROR: Idt_init(): No such device or address\n" + NoAddress);
 }
 
-TEST(ClockWriter, WriteCutShortIsReported) {
+TEST(ClockWriter, WriteThatFailsOrIsCutShortIsReported) {
+    const std::string failed = Identified + Error + "i2c write returned error ";
     unit::writeFile(Device, chip());
     unit::writeFile(ConfigFile, unit::repeat("1 ", 432));
+    pending = {"lseek64", 2, ENXIO};
+    expect(-1, failed + "No such device or address\n");
     std::signal(SIGXFSZ, SIG_IGN);
     const rlimit size = {220, 220}; // what is printed fits
     setrlimit(RLIMIT_FSIZE, &size);
-    expect(-1, Identified + Error + "i2c write returned error Input/output error\n");
+    expect(-1, failed + "Input/output error\n");
 }
 
 TEST(Tool, DispatchesItsOneFunction) {
