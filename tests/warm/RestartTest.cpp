@@ -3,6 +3,7 @@
 #include "TolvTrace.h"
 #include "Unit.hpp"
 #include "bsp/Bsp.h"
+#include "bsp/Platform.hpp"
 #include "bsp/ResetType.hpp"
 
 #include <gtest/gtest.h>
@@ -10,10 +11,11 @@
 #include <atomic>
 #include <csignal>
 #include <cstdarg>
+#include <functional>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
@@ -23,16 +25,12 @@
 
 namespace {
 
+using namespace test;
+
 void (*asked)() = nullptr; // before the cause of the last restart is
 std::atomic<bool> inStart = false;
-int failingWaits = 0;
 bool failingOpens = false;
-
-// The function of this name behind the program's own.
-template <class Function>
-Function* next(const char* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
+std::function<void()> whileDetermined;
 
 } // namespace
 
@@ -40,7 +38,14 @@ BSP_EXPORT os::bsp::ResetType os::bsp::getResetType() {
     if (asked != nullptr) {
         asked();
     }
-    return next<ResetType()>("_ZN2os3bsp12getResetTypeEv")();
+    return original(getResetType, "_ZN2os3bsp12getResetTypeEv")();
+}
+
+BSP_EXPORT os::bsp::PlatformType os::bsp::getPlatformType() {
+    if (const auto step = std::exchange(whileDetermined, nullptr)) {
+        step();
+    }
+    return original(getPlatformType, "_ZN2os3bsp15getPlatformTypeEv")();
 }
 
 extern "C" BSP_EXPORT sem_t* sem_open(const char* name, int flags, ...) {
@@ -53,21 +58,14 @@ extern "C" BSP_EXPORT sem_t* sem_open(const char* name, int flags, ...) {
         errno = EMFILE;
         return SEM_FAILED;
     }
-    return next<sem_t*(const char*, int, ...)>("sem_open")(name, flags, mode, value);
+    return original(sem_open, "sem_open")(name, flags, mode, value);
 }
 
 extern "C" BSP_EXPORT int sem_trywait(sem_t* sem) {
-    if (failingWaits > 0) {
-        --failingWaits;
-        errno = EINVAL;
-        return -1;
-    }
-    return next<int(sem_t*)>("sem_trywait")(sem);
+    return answer(sem_trywait, "sem_trywait", sem);
 }
 
 namespace {
-
-using namespace test;
 
 constexpr std::size_t SyncAreaSize = 21 * sizeof(pthread_mutex_t);
 constexpr const char* SemaphoreFile = "/dev/shm/sem.DtcmDbSharedSem";
@@ -237,7 +235,8 @@ const Fault Faults[] = {
          };
      },
      "1 WarmDatabase(): " + Area + Number + NoCause + Number + NoCause + Number},
-    {[] { failingWaits = 1; }, "1 lock(): error in sem_wait error: Invalid argument\n"},
+    {[] { pending.symbol = "sem_trywait", pending.error = EINVAL; },
+     "1 lock(): error in sem_wait error: Invalid argument\n"},
 };
 
 // Objects still work inside the process, no lock stays taken, and it ends in order.
@@ -284,9 +283,7 @@ TEST(ResetType, IsToldByTheRegisterOrByTheMarkerFile) {
     };
     for (const auto& [code, word, marked, type] : restarts) {
         std::filesystem::remove(Marker);
-        if (marked) {
-            unit::writeFile(Marker, "");
-        }
+        unit::writeFile(marked ? Marker : "/tmp/another", "");
         unit::writeEeprom(code);
         unit::writeFile(Register, word);
         EXPECT_EQ(
@@ -297,17 +294,18 @@ TEST(ResetType, IsToldByTheRegisterOrByTheMarkerFile) {
 
 TEST(ResetType, UnknownIsTriedAgainAndAnAnswerKept) {
     unit::writeEeprom(RegisterUnit);
-    EXPECT_EQ(lastReset(), "Unknown"); // no device
-    const std::pair<std::string, const char*> words[] = {
-        {"\1\0", "Unknown"}, // cannot be read
-        {{"\3\0\0\0", 4}, "Unknown"},
-        {{"\2\0\0\0", 4}, "Watchdog"},
-        {{"\1\0\0\0", 4}, "Watchdog"},
-    };
-    for (const auto& [word, type] : words) {
-        unit::writeFile(Register, word);
-        EXPECT_EQ(lastReset(), type);
+    EXPECT_EQ(lastReset(), "Unknown");        // no device
+    for (const std::size_t size : {1U, 4U}) { // of which the first cannot be read
+        unit::writeFile(Register, {"\3\0\0\0", size});
+        EXPECT_EQ(lastReset(), "Unknown");
     }
+    whileDetermined = [] { // another thread is faster
+        unit::writeFile(Register, {"\2\0\0\0", 4});
+        EXPECT_EQ(lastReset(), "Watchdog");
+        unit::writeFile(Register, {"\1\0\0\0", 4});
+    };
+    EXPECT_EQ(lastReset(), "Watchdog");
+    EXPECT_EQ(lastReset(), "Watchdog");
 }
 
 } // namespace
