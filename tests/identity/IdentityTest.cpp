@@ -1,6 +1,6 @@
-#include "CoreLog.hpp"
 #include "HwVariant.hpp"
 #include "Identity/BoardIdLookup.hpp"
+#include "Log.hpp"
 #include "Process.hpp"
 #include "QorConfig.hpp"
 #include "TolvTrace.h"

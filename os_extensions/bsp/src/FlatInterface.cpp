@@ -1,6 +1,6 @@
 /// The whole of Bsp.h but the table of boards, the row that answers for the unit's variant, and
 /// what is flat by nature: kernel, boot loader and clock chip.
-#include "WarmDatabase/DatabaseLog.hpp"
+#include "Log.hpp"
 #include "bsp/BoardId.hpp"
 #include "bsp/Bsp.h"
 #include "bsp/Components.hpp"
@@ -15,7 +15,7 @@
 
 namespace {
 
-using os::bsp::dtcm::databaseLog;
+using os::bsp::databaseLog;
 using os::bsp::dtcm::WarmDatabase;
 
 template <class Enumeration>

@@ -1,8 +1,17 @@
 #include "Log.hpp"
 
 #include <charconv>
+#include <exception>
+
+#include <cxxabi.h>
 
 namespace os::bsp {
+namespace {
+
+[[maybe_unused]] const LogModule* const createdBeforeMain[] = {
+    &coreLog(), &databaseLog(), &slotLog()};
+
+} // namespace
 
 LogPiece::LogPiece(const char* text) : m_text(text != nullptr ? text : "(null)") {}
 
@@ -30,6 +39,20 @@ void LogRecord::write(Pieces lead, Pieces pieces) {
         }
     }
     trace.endLogMsg();
+}
+
+void reportCaught(LogModule& module, const char* function) {
+    try {
+        throw;
+    } catch (const abi::__forced_unwind&) {
+        throw; // a thread that is being cancelled must get to its end
+    } catch (const std::exception& exception) {
+        BSP_LOG_AT(
+            module, 1, __LINE__, function, InitError, ": Caught exception [", exception.what(),
+            "].");
+    } catch (...) {
+        BSP_LOG_AT(module, 1, __LINE__, function, InitError, ": Caught unknown exception");
+    }
 }
 
 } // namespace os::bsp

@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <concepts>
 #include <initializer_list>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -50,7 +51,7 @@ private:
         const bool negative = std::cmp_less(number, 0);
         setDigits(negative, negative ? 0 - wide : wide, base);
     }
-    // Out of line: messages are many and seldom written.
+    // Out of line to keep call sites small; most messages are below the level.
     void setDigits(bool negative, unsigned long long magnitude, int base);
 
     std::array<char, 24> m_digits;
@@ -99,9 +100,52 @@ private:
     const char* m_function;
 };
 
+/// A static object that is never destroyed: at exit other threads, and destructors that run later,
+/// may still be using it.
+template <class Type>
+class Immortal {
+public:
+    template <class... Arguments>
+    explicit Immortal(Arguments&&... arguments) {
+        new (m_memory) Type(std::forward<Arguments>(arguments)...);
+    }
+    Immortal(const Immortal&) = delete;
+    Immortal& operator=(const Immortal&) = delete;
+
+    Type& get() noexcept { return *std::launder(reinterpret_cast<Type*>(m_memory)); }
+
+private:
+    alignas(Type) unsigned char m_memory[sizeof(Type)];
+};
+
+/// The trace of board identity and software revision. Like the other two it is created before main,
+/// or by a static constructor that calls the layer earlier.
+inline LogModule& coreLog() {
+    static Immortal<LogModule> module("bsp.core", "os_extensions/bsp/src/Bsp");
+    return module.get();
+}
+
+/// The trace of the warm database.
+inline LogModule& databaseLog() {
+    static Immortal<LogModule> module("Bsp.WarmDatabase", "os_extensions/bsp/src/WarmDatabase");
+    return module.get();
+}
+
+/// The trace of the slot id.
+inline LogModule& slotLog() {
+    static Immortal<LogModule> module("bsp.networking", "os_extensions/bsp/src/WarmSlot");
+    return module.get();
+}
+
+/// What start-up reports of anything that it goes on without.
+inline constexpr const char* InitError = "Error during initialization of warm area";
+
+/// For a handler that catches everything: reports what was caught in the name of `function`.
+void reportCaught(LogModule& module, const char* function);
+
 } // namespace os::bsp
 
-// The macros give no name of their own to what the pieces may use.
+// The macros declare no variables, so arguments cannot be shadowed.
 
 /// A message led by the function's name.
 #define BSP_LOG(module, level, ...) BSP_LOG_AT(module, level, __LINE__, __func__, __VA_ARGS__)

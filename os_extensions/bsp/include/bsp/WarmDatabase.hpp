@@ -1,9 +1,10 @@
 /// The warm database: up to 21 small named objects in memory that survives a warm restart.
 ///
 /// Every process of the unit that uses it shares the objects. A process continues if part of it is
-/// unusable, after a level-1 message on the trace "Bsp.WarmDatabase": without the device its objects
-/// are its own, neither shared nor kept; without the semaphore the run record's mutex keeps it apart
-/// from the processes that use that as well; without the sync area it has mutexes of its own.
+/// unusable, after a level-1 message on the trace "Bsp.WarmDatabase": without the device its
+/// objects are its own, neither shared nor kept; without the semaphore the run record's mutex keeps
+/// it apart from the processes that use that as well; without the sync area it has mutexes of its
+/// own.
 #pragma once
 
 #include "bsp/Cpp20.hpp"
@@ -93,13 +94,13 @@ public:
         const std::string& blockName, void** data, unsigned objectSize, std::mutex** syncObject,
         bool& created);
 
-    /// Takes and gives back the database lock, in the same thread. Not re-entrant. If a holder dies,
-    /// or its thread ends, the next process that waits takes the lock over, with a level-2 message;
-    /// one that is stopped is waited for. An area that still has to be cleared after a cold restart
-    /// is cleared before lock() returns. unlock() does nothing in a thread that does not hold the
-    /// lock, and in a child that was forked while it was held. Both report failures of the lock at
-    /// level 1 once it is free: a semaphore that cannot be opened again leaves the run record's
-    /// mutex, a mutex that cannot be locked leaves the semaphore.
+    /// Takes and gives back the database lock, in the same thread. Not re-entrant. If a holder
+    /// dies, or its thread ends, the next process that waits takes the lock over, with a level-2
+    /// message; one that is stopped is waited for. An area that still has to be cleared after a
+    /// cold restart is cleared before lock() returns. unlock() does nothing in a thread that does
+    /// not hold the lock, and in a child that was forked while it was held. Both report failures of
+    /// the lock at level 1 once it is free: a semaphore that cannot be opened again leaves the run
+    /// record's mutex, a mutex that cannot be locked leaves the semaphore.
     void lock();
     void unlock();
 

@@ -1,8 +1,8 @@
 #include "DatabaseLock.hpp"
 
-#include "DatabaseLog.hpp"
 #include "FileDescriptor.hpp"
 #include "Layout.hpp"
+#include "Log.hpp"
 #include "SharedMemory.hpp"
 
 #include <cerrno>

@@ -1,5 +1,5 @@
-#include "DatabaseLog.hpp"
 #include "Layout.hpp"
+#include "Log.hpp"
 #include "bsp/WarmDatabase.hpp"
 
 #include <array>

@@ -40,8 +40,4 @@ struct RunRecord {
 
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
 
-/// Null, with errno set, when it can be neither opened nor made. Mapped for the rest of the
-/// process.
-RunRecord* openRunRecord();
-
 } // namespace os::bsp::dtcm

@@ -91,6 +91,19 @@ SharedObject openSharedObject(
     return {memory, create, std::move(object)};
 }
 
+int initialiseProcessShared(std::span<pthread_mutex_t> mutexes, int robustness) {
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+    pthread_mutexattr_setrobust(&attributes, robustness);
+    int error = 0;
+    for (pthread_mutex_t& mutex : mutexes) {
+        error = error != 0 ? error : pthread_mutex_init(&mutex, &attributes);
+    }
+    pthread_mutexattr_destroy(&attributes);
+    return error;
+}
+
 std::uint32_t fileNumber(const char* file) {
     struct stat status {};
     return stat(file, &status) == 0 ? static_cast<std::uint32_t>(status.st_ino) : 0;

@@ -5,6 +5,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
+
+#include <pthread.h>
 
 namespace os::bsp::dtcm {
 
@@ -22,6 +25,12 @@ struct SharedObject {
 /// So of all processes that ask at once, one makes the object, and all others get it finished.
 SharedObject openSharedObject(
     const char* name, std::size_t size, int flags, int (*initialise)(std::byte* memory));
+
+/// Initialises mutexes in shared memory for use between processes; what the memory held before does
+/// not matter. A robust mutex tells its next owner when the last one has died, an ordinary one
+/// stays locked. 0, or the error number.
+int initialiseProcessShared(
+    std::span<pthread_mutex_t> mutexes, int robustness = PTHREAD_MUTEX_STALLED);
 
 /// The inode number of a shared object's file; 0 without a file. It tells the object from all
 /// others that have had the same name in this system run, since tmpfs gives no number twice.

@@ -2,10 +2,8 @@
 
 #include "DDevIo.h"
 #include "DatabaseLock.hpp"
-#include "DatabaseLog.hpp"
-#include "InitError.hpp"
 #include "Layout.hpp"
-#include "ProcessShared.hpp"
+#include "Log.hpp"
 #include "SharedMemory.hpp"
 #include "bsp/ResetType.hpp"
 
@@ -22,8 +20,6 @@
 
 namespace os::bsp::dtcm {
 namespace {
-
-[[maybe_unused]] const LogModule& logAtStartup = databaseLog();
 
 // State of the one instance that is kept out of the public header.
 
@@ -62,8 +58,15 @@ int initialiseSyncArea(std::byte* memory) {
     return initialiseProcessShared(reinterpret_cast<SyncArea*>(memory)->mutexes);
 }
 
+int initialiseRunRecord(std::byte* memory) {
+    auto* const record = new (memory) RunRecord{};
+    return initialiseProcessShared({&record->mutex, 1}, PTHREAD_MUTEX_ROBUST);
+}
+
 void useRunRecord() {
-    RunRecord* const record = openRunRecord();
+    const SharedObject object =
+        openSharedObject(RunRecordName, sizeof(RunRecord), 0, initialiseRunRecord);
+    auto* const record = reinterpret_cast<RunRecord*>(object.memory);
     if (record == nullptr) {
         BSP_LOG(
             databaseLog(), 2, "Warning: no ", RunRecordName,
@@ -214,6 +217,19 @@ void WarmDatabase::lock() {
 
 void WarmDatabase::unlock() {
     databaseLock().give();
+}
+
+WarmDatabase::SemLockGuard::SemLockGuard(sem_t* semaphore) : m_semaphore(semaphore) {
+    if (const int error = semaphore != nullptr ? waitFor(semaphore) : 0; error != 0) {
+        BSP_LOG(databaseLog(), 1, "error in sem_wait error: ", std::strerror(error));
+        m_semaphore = nullptr;
+    }
+}
+
+WarmDatabase::SemLockGuard::~SemLockGuard() {
+    if (m_semaphore != nullptr) {
+        sem_post(m_semaphore);
+    }
 }
 
 } // namespace os::bsp::dtcm

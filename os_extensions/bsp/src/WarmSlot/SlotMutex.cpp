@@ -1,7 +1,7 @@
 #include "SlotMutex.hpp"
 
-#include "ProcessShared.hpp"
-#include "SlotLog.hpp"
+#include "Log.hpp"
+#include "WarmDatabase/SharedMemory.hpp"
 #include "bsp/WarmDatabase.hpp"
 
 #include <array>
@@ -73,7 +73,7 @@ int waitAndRepair(pthread_mutex_t& mutex) {
 
 pthread_mutex_t freshMutex() {
     pthread_mutex_t mutex;
-    initialiseProcessShared({&mutex, 1});
+    dtcm::initialiseProcessShared({&mutex, 1});
     return mutex;
 }
 

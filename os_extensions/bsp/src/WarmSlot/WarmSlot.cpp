@@ -1,10 +1,9 @@
 #include "bsp/WarmSlot.hpp"
 
-#include "ProcessShared.hpp"
+#include "Log.hpp"
 #include "SlotLayout.hpp"
-#include "SlotLog.hpp"
 #include "SlotMutex.hpp"
-#include "WarmDatabase/InitError.hpp"
+#include "WarmDatabase/SharedMemory.hpp"
 #include "bsp/WarmDatabase.hpp"
 
 #include <cstddef>
@@ -13,12 +12,6 @@
 #include <new>
 
 namespace os::bsp {
-
-namespace {
-
-[[maybe_unused]] const LogModule& logAtStartup = slotLog();
-
-} // namespace
 
 /// Lies in the warm area, shared by every process.
 struct WarmSlot::SlotObject : SlotLayout {
@@ -29,7 +22,7 @@ struct WarmSlot::SlotObject : SlotLayout {
         const std::lock_guard lock(database);
         if (!isInitialised()) {
             slotId = SlotNotSet;
-            initialiseProcessShared({&mutex, 1});
+            dtcm::initialiseProcessShared({&mutex, 1});
             return false;
         }
         const bool damaged = isDamaged(mutex);
@@ -69,7 +62,7 @@ WarmSlot::WarmSlot() {
             BSP_LOG(slotLog(), 5, "The slotId from WARM reset is: ", m_slotObject->slotId);
         }
     } catch (...) {
-        dtcm::reportCaught(slotLog(), __func__);
+        reportCaught(slotLog(), __func__);
     }
 }
 

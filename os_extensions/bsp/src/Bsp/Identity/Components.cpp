@@ -1,8 +1,8 @@
 #include "bsp/Components.hpp"
 
 #include "CodeTable.hpp"
-#include "CoreLog.hpp"
 #include "HwCode.hpp"
+#include "Log.hpp"
 #include "QorConfig.hpp"
 #include "bsp/Counts.hpp"
 #include "bsp/Product.hpp"

@@ -1,6 +1,6 @@
 #include "HwCode.hpp"
 
-#include "CoreLog.hpp"
+#include "Log.hpp"
 #include "bsp/Bsp.h"
 #include "e2prom.h"
 

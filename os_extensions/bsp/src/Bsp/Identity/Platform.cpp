@@ -1,8 +1,8 @@
 #include "bsp/Platform.hpp"
 
 #include "CodeTable.hpp"
-#include "CoreLog.hpp"
 #include "HwCode.hpp"
+#include "Log.hpp"
 
 namespace os::bsp {
 namespace {

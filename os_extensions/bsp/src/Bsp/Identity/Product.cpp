@@ -1,8 +1,8 @@
 #include "bsp/Product.hpp"
 
 #include "CodeTable.hpp"
-#include "CoreLog.hpp"
 #include "HwVariant.hpp"
+#include "Log.hpp"
 #include "bsp/Bsp.h"
 
 namespace os::bsp {

@@ -1,6 +1,6 @@
 #include "bsp/RadiolinkMode.hpp"
 
-#include "CoreLog.hpp"
+#include "Log.hpp"
 #include "QorConfig.hpp"
 
 #include <atomic>

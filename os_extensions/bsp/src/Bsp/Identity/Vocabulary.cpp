@@ -1,11 +1,9 @@
 #include "bsp/Vocabulary.hpp"
 
-#include "CoreLog.hpp"
+#include "Log.hpp"
 
 namespace os::bsp {
 namespace {
-
-[[maybe_unused]] const LogModule& logAtStartup = coreLog();
 
 // A value is the index of its row.
 const char* nameIn(NameTable table, int value) {

@@ -1,7 +1,6 @@
-#include "Archive.hpp"
+#include "Revision.hpp"
 
-#include "CoreLog.hpp"
-#include "ReadHelper.hpp"
+#include "Log.hpp"
 
 #include <array>
 #include <cstring>

@@ -1,7 +1,6 @@
-#include "Archive.hpp"
-#include "CoreLog.hpp"
 #include "FileDescriptor.hpp"
-#include "LinuxVersion.hpp"
+#include "Log.hpp"
+#include "Revision.hpp"
 #include "Stream.hpp"
 #include "bsp/Bsp.h"
 

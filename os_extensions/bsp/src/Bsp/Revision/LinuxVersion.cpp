@@ -1,6 +1,6 @@
-#include "LinuxVersion.hpp"
+#include "Revision.hpp"
 
-#include "CoreLog.hpp"
+#include "Log.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
-#include "ReadHelper.hpp"
+#include "Revision.hpp"
 
-#include "CoreLog.hpp"
+#include "Log.hpp"
 
 #include <unistd.h>
 

@@ -1,7 +1,7 @@
-#include "CoreLog.hpp"
 #include "FileDescriptor.hpp"
+#include "Log.hpp"
 #include "Memory.hpp"
-#include "ReadHelper.hpp"
+#include "Revision.hpp"
 #include "bsp/Bsp.h"
 
 #include <cerrno>
