@@ -8,13 +8,10 @@
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
-#include <functional>
 #include <regex>
 
 #include <sys/mman.h>
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -63,11 +60,11 @@ std::string recordsOf(int level, const Fault& fault, const std::function<void()>
     TolvTrace_setLevel("bsp.core", level);
     testing::internal::CaptureStderr();
     const int descriptor = nextDescriptor();
-    const auto descriptors = countDescriptors();
+    const auto descriptors = countFiles("/proc/self/fd");
     pending = fault;
     body();
     pending = {};
-    EXPECT_EQ(countDescriptors(), descriptors);
+    EXPECT_EQ(countFiles("/proc/self/fd"), descriptors);
     const std::regex first("fd=" + std::to_string(descriptor) + "\\)");
     const std::string log = recordsIn(testing::internal::GetCapturedStderr());
     return std::regex_replace(log, first, "fd=first)");
@@ -221,16 +218,13 @@ TEST(KernelRState, EveryFailureIsTold) {
     const std::string image = std::string(18992, '.') + Archive;
     const std::string repeated = "4 Bsp_readHelper(): read was interrupted. Retrying...\n";
     const std::string input = "Input/output error\n";
-    const std::string seek = Kernel + "lseek(zImage, ";
-    const std::string failed = ", SEEK_SET) failed for /tmp/z\n";
     ASSERT_EQ(mkfifo("/tmp/fifo", 0600), 0); // without a writer
     expectKernel({
         {"", Kernel + "Invalid buffer size: 7\n", {}, nullptr, 7},
         {"", Kernel + "Undefined buffer\n", {}, File, 8, 0, nullptr},
         {"", Kernel + "Could not open file: /tmp/none\n", {}, "/tmp/none"},
-        {"", seek + "0" + failed, {"lseek64", 1, EIO}},
         {"", Kernel + "lseek(zImage, 0, SEEK_SET) failed for /tmp/fifo\n", {}, "/tmp/fifo"},
-        {image, seek + "18992" + failed, {"lseek64", 2, EIO}},
+        {image, Kernel + "lseek(zImage, 18992, SEEK_SET) failed for /tmp/z\n", {"lseek64", 2, EIO}},
         {image, Unreadable + "-1\n", {"read", 2, EIO}},
         {image, Inflate + "Read failed with errno = " + input, {"read", 99, EIO}},
         {image, repeated + repeated + "R2A05", {"read", 99, EINTR, 2}},
@@ -261,9 +255,8 @@ TEST(KernelRState, WhatLiesAtTheTemporaryPathIsReplacedAndNeverFollowed) {
 // In the place of the closed stream the file's descriptor has to be moved, and cannot be.
 TEST(KernelRState, TheLastDescriptorLeavesNoFileBehind) {
     writeFile(File, Archive);
-    const auto left = static_cast<rlim_t>(nextDescriptor());
-    const rlimit limit = {left + 1, left + 1};
-    ASSERT_EQ(close(STDIN_FILENO) + setrlimit(RLIMIT_NOFILE, &limit), 0);
+    limit(RLIMIT_NOFILE, static_cast<rlim_t>(nextDescriptor()) + 1);
+    ASSERT_EQ(close(STDIN_FILENO), 0);
     EXPECT_EQ(Bsp_getKernelRState(File, Buffer, 8), -1);
     EXPECT_FALSE(std::filesystem::exists(TemporaryFile));
 }
@@ -322,7 +315,6 @@ TEST(Uboot, EveryFailureIsTold) {
         {"", Uboot + "Invalid buffer size: 0\n", {}, File, 0, 4},
         {"", Uboot + "Invalid buffer size: 0\n", {}, File, 4, 0},
         {"", Uboot + cannotOpen + "No such file or directory\n", {}, "/tmp/none"},
-        {"", Uboot + "Failed to get size of /tmp/z. errno = " + input, {"lseek64", 1, EIO}},
         {"", Uboot + "Failed to get size of /tmp/fifo. errno = Illegal seek\n", {}, "/tmp/fifo"},
         {"", Uboot + "Failed to set file offset. errno = " + input, {"lseek64", 2, EIO}},
         {"", Uboot + "Failed to allocate " + bytes, {}, "/tmp/huge"},

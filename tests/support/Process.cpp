@@ -72,6 +72,13 @@ void execute(const Words& command, const Words& launcher) {
     std::_Exit(127);
 }
 
+void limit(__rlimit_resource resource, rlim_t value) {
+    rlimit limits = {};
+    getrlimit(resource, &limits);
+    limits.rlim_cur = value;
+    ASSERT_EQ(setrlimit(resource, &limits), 0);
+}
+
 std::string recordsIn(const std::string& output) {
     static const std::regex record(
         R"(\[(bsp\.core|Bsp\.WarmDatabase|bsp\.networking)\] (\d) )"

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <dlfcn.h>
+#include <sys/resource.h>
 #include <sys/types.h>
 
 namespace test {
@@ -55,10 +56,11 @@ inline Outcome runProgram(const Words& command) {
     return inChild([&] { execute(command); });
 }
 
-/// The number of open descriptors of this process, and one more.
-inline auto countDescriptors() {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+inline auto countFiles(const std::filesystem::path& folder) {
+    return std::distance(std::filesystem::directory_iterator(folder), {});
 }
+
+void limit(__rlimit_resource resource, rlim_t value);
 
 /// `count` calls of a library's function, from the `first`-th on, give -1 and the error, or do
 /// nothing and give 0 if that is 0.

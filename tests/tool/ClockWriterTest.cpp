@@ -4,12 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <csignal>
 #include <cstdarg>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -75,9 +73,9 @@ std::string chip(std::string_view bytes = "", const std::string& id = "\x12\x34\
 
 void expect(int result, const std::string& out) {
     testing::internal::CaptureStdout();
-    const auto descriptors = countDescriptors();
+    const auto descriptors = countFiles("/proc/self/fd");
     EXPECT_EQ(Idt_writeConfig(), result);
-    EXPECT_EQ(countDescriptors(), descriptors);
+    EXPECT_EQ(countFiles("/proc/self/fd"), descriptors);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), out);
 }
 
@@ -143,12 +141,11 @@ TEST(ClockWriter, UnknownRevisionFallsBackToTheLatestBoard) {
     expect(-1, fallback + Error + "/dev/idt could not be opened\n");
     EXPECT_FALSE(std::filesystem::exists(Device));
     unit::writeFile(Device, chip());
-    const rlim_t size = std::stoull(unit::readFile("/proc/self/statm")) * 4096;
-    const rlimit limit = {size + (1U << 30), RLIM_INFINITY}; // too little for the longest path
-    setrlimit(RLIMIT_AS, &limit);
+    // Too little for the longest path.
+    limit(RLIMIT_AS, std::stoull(unit::readFile("/proc/self/statm")) * 4096 + (1U << 30));
     for (const auto& [length, step] :
          {std::pair{-1, "calculate string length for"},
-          {INT_MAX, "allocate memory for"},
+          {0x7fffffff, "allocate memory for"},
           {100, "create string with"}}) {
         measuredLength = length;
         expect(-1, fallback + Error + "Failed to " + step + " idt config file path\n");
@@ -182,8 +179,7 @@ TEST(ClockWriter, WriteThatFailsOrIsCutShortIsReported) {
     pending = {"lseek64", 2, ENXIO};
     expect(-1, failed + "No such device or address\n");
     std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit size = {220, 220}; // what is printed fits
-    setrlimit(RLIMIT_FSIZE, &size);
+    limit(RLIMIT_FSIZE, 220); // what is printed fits
     expect(-1, failed + "Input/output error\n");
 }
 

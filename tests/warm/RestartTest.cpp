@@ -18,7 +18,6 @@
 
 #include <fcntl.h>
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -162,13 +161,6 @@ TEST(Startup, NamesGoWithTheProcessThatMadeThem) {
     EXPECT_EQ(unit::readFile(SyncFile), std::string(SyncAreaSize, '\0')); // left as it was
 }
 
-void limit(__rlimit_resource resource, rlim_t value) {
-    rlimit limits = {};
-    getrlimit(resource, &limits);
-    limits.rlim_cur = value;
-    ASSERT_EQ(setrlimit(resource, &limits), 0);
-}
-
 void mountShm(unsigned long flags, const char* options) {
     ASSERT_EQ(mount("none", "/dev/shm", "tmpfs", flags, options), 0);
 }
@@ -263,7 +255,6 @@ const auto Register = unit::Root / "dev/top.sys_ctrl0";
 constexpr const char* Marker = "/tmp/restart_cold";
 constexpr unit::Code RegisterUnit = {16, 0, 0, 0, 0, 0, 0, 0};
 constexpr unit::Code MarkerUnit = {36, 1, 1, 8, 0, 4, 0, 0};
-constexpr unit::Code OtherUnit = {48, 1, 2, 6, 0, 2, 0, 0};
 
 std::string lastReset() {
     return os::bsp::resetTypeToString(os::bsp::getResetType());
@@ -279,7 +270,7 @@ TEST(ResetType, IsToldByTheRegisterOrByTheMarkerFile) {
         {RegisterUnit, {"\0\0\0\x80", 4}, true, "EndOfList -2147483648"},
         {MarkerUnit, {"\2\0\0\0", 4}, true, "Cold 0"},
         {MarkerUnit, {"\2\0\0\0", 4}, false, "Warm 1"},
-        {OtherUnit, {"\2\0\0\0", 4}, false, "Cold 0"},
+        {{48, 1, 2, 6, 0, 2, 0, 0}, {"\2\0\0\0", 4}, false, "Cold 0"},
     };
     for (const auto& [code, word, marked, type] : restarts) {
         std::filesystem::remove(Marker);
