@@ -1,4 +1,4 @@
-// Board queries after the first call, beside a function that looks into a table.
+// Compares board queries after their first call with a function that reads a table entry.
 #include "bsp/Bsp.h"
 
 #include <benchmark/benchmark.h>
@@ -45,6 +45,6 @@ BENCHMARK_QUERY(Bsp_getRadiolinkMode);
 BENCHMARK_QUERY(Bsp_getBoardId);
 BENCHMARK_QUERY(Bsp_getBoardIdText);
 BENCHMARK_QUERY(Bsp_getLatestBoardIdText);
-BENCHMARK_QUERY(Bsp_getTrafFpgaType); // reads the store, on a unit that has FPGA variants
+BENCHMARK_QUERY(Bsp_getTrafFpgaType); // reads the store if the unit's traffic type has variants
 
 } // namespace

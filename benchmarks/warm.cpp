@@ -1,5 +1,5 @@
-// The warm database beside Boost.Interprocess, with 21 objects in each. Run it on a virtual unit,
-// whose warm area it fills.
+// Compares the warm database with Boost.Interprocess, with 21 objects in each. Run it on a virtual
+// unit; it fills the unit's warm area.
 #include "bsp/Bsp.h"
 
 #include <benchmark/benchmark.h>
@@ -29,7 +29,7 @@ using Object = std::array<char, 1520>;
 constexpr const char* SegmentName = "benchmark";
 constexpr const char* LastObject = "object 20";
 
-// Ends the program when an operation fails, for example on a machine without a warm area.
+// Ends the program if an operation failed, for example on a machine without a warm area.
 void require(bool success) {
     if (!success) {
         std::fputs("warm_benchmark: an operation failed; run it on a virtual unit\n", stderr);
@@ -50,7 +50,7 @@ void makeObjects() {
     }
 }
 
-// Starts a process that creates the shared objects and keeps their names.
+// Starts a process that creates the shared objects and stays, so that they are not unlinked.
 pid_t startKeeper() {
     int ready[2];
     require(pipe(ready) == 0);
@@ -74,7 +74,7 @@ ipc::managed_shared_memory& segment() {
     return opened;
 }
 
-// One step of each measurement.
+// The operations to measure.
 
 void retrieve() {
     void* data = nullptr;
@@ -101,7 +101,7 @@ void getSlotId() {
     benchmark::DoNotOptimize(Bsp_getSlotId());
 }
 
-/// What all processes of this program share: locks to compare with, and the state of a measurement.
+/// Shared by all processes of this program: locks to compare with, and the state of a measurement.
 struct Shared {
     Shared() {
         pthread_mutexattr_t attributes;
@@ -141,7 +141,7 @@ void alone(benchmark::State& state) {
     }
 }
 
-// Other processes do the same for as long as this one measures; the operations of all are counted.
+// While this process measures, others run the same operation; the operations of all are counted.
 template <void operation()>
 void together(benchmark::State& state) {
     shared().done = false;
@@ -180,7 +180,7 @@ BENCHMARK(together<semaphoreAlone>)->Arg(2)->Arg(4)->UseRealTime();
 
 } // namespace
 
-int main(int argc, char** argv) { // NOLINT(bugprone-exception-escape): it may end so
+int main(int argc, char** argv) { // NOLINT(bugprone-exception-escape): an exception may end it
     benchmark::Initialize(&argc, argv);
     const pid_t keeper = startKeeper();
     benchmark::RunSpecifiedBenchmarks();

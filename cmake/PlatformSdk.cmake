@@ -1,4 +1,4 @@
-# The platform's libraries out of a unit's SDK, under the names that the stand-ins have here.
+# Imports the platform's libraries from a unit's SDK, under the target names of the stand-ins.
 foreach(header TolvTrace.hpp QorConfig.hpp HwVariant.hpp e2prom.h DDevIo.h DDevIo.hpp IMutex.hpp PthreadMutex.hpp)
     if(NOT EXISTS ${BSP_PLATFORM_SDK}/include/${header})
         message(FATAL_ERROR "BSP_PLATFORM_SDK: there is no ${header} in ${BSP_PLATFORM_SDK}/include")

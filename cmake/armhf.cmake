@@ -1,5 +1,5 @@
-# Cross-building for the unit's ABI with Debian's compiler. What the layer links is unpacked into the
-# build tree; the compiler brings its own C and C++ libraries.
+# Cross-builds for the unit's ABI with Debian's compiler, which includes the C and C++ libraries. The
+# layer's other dependencies are unpacked into the build tree.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)

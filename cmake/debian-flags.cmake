@@ -1,5 +1,5 @@
-# Compiles and links as Debian builds its packages, with all hardening. Included by the presets of the
-# packages, before a language is enabled.
+# Compiles and links with the flags of Debian's own packages and all hardening. The package presets
+# include this file before a language is enabled.
 set(ENV{DEB_BUILD_MAINT_OPTIONS} hardening=+all)
 if(CMAKE_CROSSCOMPILING)
     set(ENV{DEB_HOST_ARCH} ${CPACK_DEBIAN_PACKAGE_ARCHITECTURE})

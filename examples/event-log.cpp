@@ -1,7 +1,7 @@
-// Keeps the unit's last events over warm restarts, adds some and shows all: event-log [EVENT...]
+// Adds events to a log that survives warm restarts, and shows the last ones: event-log [EVENT...]
 //
-// Any number of processes may run this at once. One that is killed while it adds an event loses
-// that event at most.
+// Any number of processes may run this at once. A process that is killed while it adds an event
+// loses that event at most.
 #include "bsp/WarmDatabase.hpp"
 
 #include <algorithm>
@@ -17,13 +17,13 @@ namespace {
 
 using os::bsp::dtcm::WarmDatabase;
 
-// A new object is all zeroes, so the marker is something else: the number of this format.
+// Version of the format; not 0, because a new object is all zeroes.
 constexpr std::uint32_t Filled = 1;
 
 constexpr std::uint32_t Places = 23;
-constexpr std::uint32_t Kept = Places - 1; // in the place behind them one may be half written
+constexpr std::uint32_t Kept = Places - 1; // the next place may hold a half-written event
 
-using Event = std::array<char, 64>; // cut there, the rest is zeroes
+using Event = std::array<char, 64>; // a longer text is cut, a shorter one padded with zeroes
 
 struct EventLog {
     std::uint32_t marker;
@@ -33,7 +33,7 @@ struct EventLog {
 
 static_assert(sizeof(EventLog) <= os::bsp::dtcm::MaxObjectSize);
 
-// What counts is stored last.
+// Release order: all earlier stores are in memory before the value that makes them count.
 void store(std::uint32_t& place, std::uint32_t value) {
     std::atomic_ref(place).store(value, std::memory_order_release);
 }
@@ -67,7 +67,8 @@ int main(int argc, char** argv) {
     }
     auto& log = *static_cast<EventLog*>(data);
 
-    // Nothing here takes long or may fail: who dies here leaves the mutex taken until a restart.
+    // Keep this part short and free of failures: if a process dies here, the mutex stays locked
+    // until a restart.
     std::unique_lock lock(*mutex);
     if (log.marker != Filled) {
         log.count = 0;

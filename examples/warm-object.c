@@ -1,7 +1,7 @@
 /* Counts its starts since the last cold restart, in a warm object of its own: warm-object
  *
- * Any number of processes may run this at once, and each may be killed anywhere. Whether it is the
- * creator does not matter: a creator may have been killed before it had filled its object.
+ * Any number of processes may run this at once, and each may be killed at any point. The program
+ * does not use `created`: the object's creator may have been killed before it filled the object.
  */
 #include "bsp/Bsp.h"
 
@@ -11,20 +11,20 @@
 #include <stdio.h>
 #include <string.h>
 
-/* A new object is all zeroes, so the marker is something else: the number of this format. */
+/* Version of the format; not 0, because a new object is all zeroes. */
 enum { Filled = 1 };
 
 struct Starts {
     _Atomic uint32_t marker;
     uint32_t count;
-    char first[32]; /* who was the first */
+    char first[32]; /* the program that started first */
 };
 
 static void fill(struct Starts* starts, const char* program) {
     starts->count = 0;
     memset(starts->first, 0, sizeof starts->first);
     strncpy(starts->first, program, sizeof starts->first - 1);
-    atomic_store_explicit(&starts->marker, Filled, memory_order_release); /* last */
+    atomic_store_explicit(&starts->marker, Filled, memory_order_release); /* after the rest */
 }
 
 int main(int argc, char** argv) {
@@ -38,7 +38,8 @@ int main(int argc, char** argv) {
     struct Starts* const starts = data;
     pthread_mutex_t* const mutex = sync;
 
-    /* Nothing here takes long or may fail: who dies here leaves the mutex taken until a restart. */
+    /* Keep this part short and free of failures: if a process dies here, the mutex stays locked
+     * until a restart. */
     pthread_mutex_lock(mutex);
     if (starts->marker != Filled) {
         fill(starts, argc > 0 ? argv[0] : "");

@@ -1,4 +1,5 @@
-/* Names the board while its EEPROM is still empty. Preloaded in front of the layer's library:
+/* Names the board while its EEPROM is still empty. Preload it, so that it replaces the layer's
+ * function:
  *
  *     BRING_UP_BOARD=TK5452_R2_P1 LD_PRELOAD=./libboard_name.so ./program-clock
  */

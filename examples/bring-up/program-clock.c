@@ -1,4 +1,4 @@
-/* Programs the clock chip, as a unit's start-up does. */
+/* Programs the clock chip, as a unit does when it starts. */
 #include "bsp/Bsp.h"
 
 int main(void) {
