@@ -8,8 +8,8 @@
 
 namespace posix {
 
-/// What a file holds; nothing, with errno set, when it cannot be read, or is over a mebibyte long:
-/// it may have no end. A FIFO without a writer is an empty file.
+/// The content of a file; nothing, with errno set, if the file cannot be read or exceeds one
+/// mebibyte (a device may never end). A FIFO without a writer reads as an empty file.
 inline std::optional<std::string> readFile(const std::string& path) {
     const FileDescriptor file =
         FileDescriptor::own(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -29,9 +29,9 @@ inline std::optional<std::string> readFile(const std::string& path) {
     return std::nullopt;
 }
 
-/// What `open` opens, or creates if it is missing: it is called with the flags that creation takes,
-/// or with 0. Nothing, with errno set, when both fail. O_CREAT without O_EXCL is refused on
-/// somebody else's file where the system protects those.
+/// Calls `open` with 0 to open a file, and with O_CREAT | O_EXCL to create a missing one, until one
+/// of them succeeds. Empty, with errno set, if both fail. Two calls, because O_CREAT alone is
+/// refused on another user's file if fs.protected_regular is set.
 template <class Open>
 FileDescriptor openOrCreate(Open open) {
     while (true) {

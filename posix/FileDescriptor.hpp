@@ -8,9 +8,9 @@
 
 namespace posix {
 
-/// Switches cancellation of the thread off for its lifetime. close(), fclose() and write() are
-/// cancellation points: in a destructor, which lets no exception pass, they would end the process.
-/// The thread is cancelled at the next cancellation point behind.
+/// Disables cancellation of the thread as long as this object lives. close(), fclose() and write()
+/// are cancellation points, and cancellation is an exception: in a noexcept function, such as a
+/// destructor, it would end the process. It takes effect at the next cancellation point instead.
 class NoCancellation {
 public:
     NoCancellation() noexcept { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_state); }
@@ -22,7 +22,7 @@ private:
     int m_state = PTHREAD_CANCEL_ENABLE;
 };
 
-/// Owns one descriptor, or none.
+/// Owns one descriptor or none.
 class FileDescriptor {
 public:
     FileDescriptor() noexcept = default;
@@ -35,9 +35,9 @@ public:
         }
     }
 
-    /// Takes over what a call has just opened; a negative `fd` is none. In the place of a closed
-    /// standard stream it would get what others write there: it is moved away from there, and
-    /// where that fails, closed, with errno set.
+    /// Takes ownership of a descriptor just opened; a negative `fd` gives an empty object. A
+    /// descriptor 0-2 would receive other code's standard output, so it is duplicated above 2; if
+    /// that fails, the result is empty and errno set.
     static FileDescriptor own(int fd) noexcept {
         FileDescriptor opened(fd);
         const bool isStandardStream = fd >= 0 && fd <= STDERR_FILENO;
@@ -47,7 +47,7 @@ public:
 
     explicit operator bool() const noexcept { return m_fd >= 0; }
     int get() const noexcept { return m_fd; }
-    /// The descriptor, which is no longer owned.
+    /// Gives up ownership, and returns the descriptor.
     int release() noexcept { return std::exchange(m_fd, -1); }
 
 private:

@@ -6,13 +6,13 @@
 
 namespace posix {
 
-/// Holds the exclusive lock of an open file from construction to destruction. It is given back by
-/// name rather than with the descriptor: a child that was forked meanwhile has a copy of that, and
-/// would keep the lock for its life.
+/// Holds the exclusive lock of an open file from construction to destruction. The destructor calls
+/// LOCK_UN, since closing the descriptor is not enough: a child forked meanwhile has a copy of the
+/// descriptor, and would hold the lock as long as it lives.
 class FileLock {
 public:
-    /// Waits for the lock; false, with errno set, when there is none to be had. The descriptor has
-    /// to stay open as long as this object lives.
+    /// Waits for the lock. The object converts to false, with errno set, if the file cannot be
+    /// locked. The descriptor must stay open as long as this object lives.
     explicit FileLock(int fd) noexcept : m_fd(isLocked(fd) ? fd : -1) {}
     ~FileLock() {
         if (m_fd >= 0) {

@@ -8,9 +8,9 @@
 
 namespace posix {
 
-/// The number that the whole word is: decimal, or hexadecimal behind 0x and then without a sign.
-/// Nothing for any other word, also one with blanks, and for a number that is not a signed one of
-/// 32 bits.
+/// Converts a word that is a number as a whole: decimal with an optional minus sign, or hexadecimal
+/// behind 0x, without a sign. Nothing for any other word, for example one with blanks, and for a
+/// number that does not fit 32 bits with a sign.
 inline std::optional<std::int32_t> parseNumber(std::string_view word) {
     const bool hexadecimal = word.starts_with("0x") || word.starts_with("0X");
     if (hexadecimal) {

@@ -14,11 +14,11 @@ struct StreamCloser {
     }
 };
 
-/// Owns a C stream, which is closed with its owner.
+/// Owns a C stream, and closes it.
 using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 
-/// Opens a file for reading; null, with errno set, when that fails. A FIFO without a writer is an
-/// empty file.
+/// Opens a file for reading; null, with errno set, if that fails. A FIFO without a writer reads as
+/// an empty file.
 inline Stream openForReading(const char* path) {
     FileDescriptor file = FileDescriptor::own(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     Stream stream(file ? fdopen(file.get(), "r") : nullptr);

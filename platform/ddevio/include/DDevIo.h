@@ -6,13 +6,13 @@
 extern "C" {
 #endif
 
-/// Opens a device, for example "top.dtcm0". Returns a handle, or a negative error number.
+/// Opens a device, for example "top.dtcm0". Returns a handle, or a negative errno value.
 int DDevIo_open(const char* name);
 
-/// A descriptor of the open device, for mmap() at offset 0. It belongs to the handle.
+/// Returns a descriptor of the open device, for mmap() at offset 0. The handle owns it.
 int DDevIo_getFileDescriptor(int handle);
 
-/// Gives the handle back; mappings stay valid. Returns 0, or a negative error number.
+/// Closes the handle; mappings stay valid. Returns 0, or a negative errno value.
 int DDevIo_close(int handle);
 
 #ifdef __cplusplus

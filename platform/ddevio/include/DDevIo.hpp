@@ -8,7 +8,7 @@
 
 namespace DDevIo {
 
-/// Any device; what it can do depends on its dynamic type.
+/// Any device; its dynamic type determines its operations.
 class IDevice {
 public:
     virtual ~IDevice() = default;
@@ -18,18 +18,18 @@ public:
 template <class Word>
 class Device : public IDevice {
 public:
-    /// Reads the register at a byte offset, holding the device's lock. On failure the result is
-    /// false and `value` is as before.
+    /// Reads the register at a byte offset while holding the device's lock. On failure returns
+    /// false and leaves `value` unchanged.
     virtual bool read(unsigned offset, Word& value) = 0;
 };
 
-/// Makes devices. Callable from any thread.
+/// Creates devices. Callable from any thread.
 class Factory {
 public:
     static Factory& getInstance();
 
-    /// The device called `name`, which takes over `mutex` as its lock; empty when there is none.
-    /// "top.sys_ctrl0" is a Device<unsigned int>.
+    /// Returns the device called `name`, which owns `mutex` and uses it as its lock; empty if there
+    /// is no such device. "top.sys_ctrl0" is a Device<unsigned int>.
     std::unique_ptr<IDevice> createUnique(const std::string& name, std::unique_ptr<IMutex> mutex);
 };
 

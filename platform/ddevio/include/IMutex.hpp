@@ -1,4 +1,4 @@
-/// Device library: the lock that a device is given.
+/// Device library: the interface of a device's lock.
 #pragma once
 
 namespace DDevIo {
@@ -6,9 +6,9 @@ namespace DDevIo {
 class IMutex {
 public:
     virtual ~IMutex() = default;
-    /// True when the mutex is now held.
+    /// Returns true if the caller now holds the mutex.
     virtual bool lock() = 0;
-    /// True when the mutex was released.
+    /// Returns true if the mutex was released.
     virtual bool unlock() = 0;
 };
 

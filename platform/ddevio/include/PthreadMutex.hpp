@@ -1,5 +1,6 @@
-/// Device library: a lock made of one pthread mutex. The operations are inline, so they belong to
-/// the program that uses them; constructor and trace object stand in the library.
+/// Device library: a lock that consists of one pthread mutex. The operations are inline and
+/// compiled into the program that uses them; the library contains the constructor and the trace
+/// object.
 #pragma once
 
 #include "IMutex.hpp"
@@ -14,12 +15,12 @@ namespace DDevIo {
 
 enum class PthreadMutexType : int { Default = 0, Recursive = 1, ErrorChecking = 2 };
 
-/// Operations may be called from any thread. A failure is told by the result and a level-1 message;
-/// the object stays usable, and errno is as before.
+/// Operations may be called from any thread. If one fails, it returns false and logs a level-1
+/// message. The object stays usable, and errno is unchanged.
 class PthreadMutex : public IMutex {
 public:
-    /// Usable at once. Throws std::system_error when the mutex cannot be made, or the type is none
-    /// of the above.
+    /// Throws std::system_error if the mutex cannot be initialised or `type` is not one of the
+    /// above.
     explicit PthreadMutex(PthreadMutexType type);
     ~PthreadMutex() override;
     PthreadMutex(const PthreadMutex&) = delete;
@@ -37,8 +38,7 @@ private:
     static TolvTrace m_trace;
 };
 
-/// A message in the making: a record where its level is switched on, else the trace's second
-/// stream.
+/// A message being written: to a record if its level is enabled, else to the null stream.
 class PthreadMutex::Message {
 public:
     Message(int level, unsigned line, const char* function)

@@ -1,4 +1,4 @@
-// What DDevIo.hpp declares; a library of its own holds what DDevIo.h does.
+// Implements DDevIo.hpp in libddevio; DDevIo.cpp implements DDevIo.h in libddevioc.
 #include "DDevIo.hpp"
 
 #include "FileDescriptor.hpp"
@@ -13,7 +13,7 @@
 namespace DDevIo {
 namespace {
 
-// Registers are 32-bit little-endian words of a file.
+// Registers that are the 32-bit little-endian words of a file.
 class RegisterFile : public Device<unsigned int> {
 public:
     RegisterFile(posix::FileDescriptor file, std::unique_ptr<IMutex> mutex)

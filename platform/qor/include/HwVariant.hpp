@@ -20,11 +20,11 @@ struct QorHwVariant {
     QorHwCode hwCode;
 };
 
-/// The table, complete before main. It comes from /etc/qor/hw_variants below the platform root, or
-/// is the built-in one when there is no such file or a line of it is malformed.
+/// The table, complete before main. It is read from /etc/qor/hw_variants below the platform root.
+/// If that file is missing, cannot be read or has a malformed line, it is the built-in table.
 extern std::vector<QorHwVariant> hwVariants;
 
-/// True when all eight words of the row's code equal those of `code`.
+/// True if all eight words of the row's code equal those of `code`.
 bool operator==(QorHwVariant const& variant, QorHwCode const& code);
 
 } // namespace os::bsp

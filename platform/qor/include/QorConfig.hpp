@@ -1,4 +1,4 @@
-/// Unit configuration library: the persistent key/value store of the unit.
+/// Configuration library: the unit's persistent key/value store.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ inline constexpr std::string_view FpgaVariant = "FpgaVariant";
 } // namespace key
 
 namespace value {
-/// What a key that is not set reads as.
+/// The value of a key that is not set.
 inline constexpr std::string_view Empty;
 
 namespace radiolinkMode {
@@ -26,23 +26,24 @@ inline constexpr std::string_view OneTdmRleEqpNoMlhc = "OneTdmRleEqpNoMlhc";
 } // namespace fpgaVariant
 } // namespace value
 
-/// Access to the store. A value is any sequence of bytes. Every operation may be called from any
-/// thread and any process at once: a reader sees the old or the new value, never a part, also when
-/// a writer is killed. Key names are file names: not empty, no slash, no leading dot.
+/// Access to the store. A value is any sequence of bytes. Threads and processes may call every
+/// operation at the same time: a reader gets the old or the new value as a whole, even if the
+/// writer is killed. A key must be a file name: not empty, no slash, no leading dot.
 ///
-/// Writers take the lock of the file ".lock" in the store's folder. The first of them creates it,
-/// for those who may write the folder: when the folder changes hands later, remove it.
+/// Writers lock the file ".lock" in the store's folder. The first writer creates it, with access
+/// for those who may then write the folder. After changing the folder's owner or mode, remove the
+/// file.
 class QorConfig {
 public:
-    /// The value of `key`, or value::Empty when it is not set.
-    /// Throws std::system_error when the value is there and cannot be read.
+    /// Returns the value of `key`, or value::Empty if it is not set.
+    /// Throws std::system_error if the value exists but cannot be read.
     std::string getValue(std::string_view key) const;
 
-    /// True when the value has reached the medium. Otherwise the old value stands, or the new one
-    /// is there but may not outlast a loss of power.
+    /// Returns true if the new value has reached the medium. Otherwise the old value is still set,
+    /// or the new one is set but may not survive a loss of power.
     bool setValue(std::string_view key, std::string_view value);
 
-    /// True when `key` is no longer set, also when it was not set before.
+    /// Returns true if `key` is no longer set, even if it was not set before.
     bool clearValue(std::string_view key);
 };
 

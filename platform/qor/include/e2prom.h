@@ -7,7 +7,7 @@ extern "C" {
 #endif
 
 /// Copies the first 8 bytes of a section of an EEPROM device to `buffer`. Returns 0, or a positive
-/// error number; `buffer` is untouched then. Callable from any thread.
+/// errno value without touching `buffer`. Callable from any thread.
 int e2prom_data_read(int device, int section, unsigned char* buffer);
 
 #ifdef __cplusplus

@@ -37,8 +37,8 @@ std::vector<QorHwVariant> loadVariants() {
 
 } // namespace
 
-// Other threads, and destructors that run later, may read the table to the very end of the process.
-// So the vector lies in plain memory, and nothing destroys it.
+// Other threads and later destructors may read the table until the process ends. So the vector is
+// constructed in plain memory, and nothing destroys it.
 extern "C" {
 alignas(std::vector<QorHwVariant>)
     [[gnu::visibility("hidden")]] std::byte hwVariantsMemory[sizeof(std::vector<QorHwVariant>)];

@@ -16,8 +16,8 @@ namespace {
 using posix::FileDescriptor;
 using posix::FileLock;
 
-// One writer at a time holds the lock, so one name is enough, and what a killed writer left under
-// it is removed by the next. No key begins with a dot.
+// One writer at a time holds the lock, so one temporary name is enough; the next writer removes the
+// file that a killed one left. No key begins with a dot.
 constexpr const char* LockName = ".lock";
 constexpr const char* NewValueName = ".new";
 
@@ -30,8 +30,8 @@ FileDescriptor openFolder() {
         open(platform::path("var/lib/qor/config").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
-// Those who may write the folder may open its lock, and nobody else: a mere reader could keep all
-// writers out.
+// Only those who may write the folder may open its lock: a process that may only read could
+// otherwise lock all writers out.
 void shareLock(const FileDescriptor& folder, int lock) {
     struct stat status {};
     if (fstat(folder.get(), &status) == 0 &&
@@ -63,7 +63,8 @@ bool writeWhole(const FileDescriptor& file, std::string_view text) {
     return true;
 }
 
-// Every program of the unit reads the store, whatever the umask of the one that wrote a value.
+// A new value is readable for everybody, whatever the umask of its writer: every program of the
+// unit reads the store. An existing value keeps its mode.
 mode_t modeOf(const FileDescriptor& folder, const std::string& name) {
     struct stat status {};
     const bool isThere = fstatat(folder.get(), name.c_str(), &status, 0) == 0;
@@ -71,8 +72,8 @@ mode_t modeOf(const FileDescriptor& folder, const std::string& name) {
 }
 
 bool writeNewValue(const FileDescriptor& folder, mode_t mode, std::string_view value) {
-    // Never written over: after a loss of power in a rename, flash file systems can have both names
-    // for one file, and this would be the value itself.
+    // Remove a leftover instead of overwriting it: if power is lost during a rename, a flash file
+    // system can keep both names for one file, and overwriting would change the value itself.
     unlinkat(folder.get(), NewValueName, 0);
     const FileDescriptor file = FileDescriptor::own(
         openat(folder.get(), NewValueName, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
@@ -126,7 +127,7 @@ bool QorConfig::clearValue(std::string_view key) {
     if (unlinkat(folder.get(), name.c_str(), 0) == 0) {
         return fsync(folder.get()) == 0;
     }
-    // A read-only store also refuses to remove what is not there.
+    // On a read-only file system unlinkat() fails even if there is no such file.
     return faccessat(folder.get(), name.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == -1 &&
            errno == ENOENT;
 }

@@ -23,7 +23,8 @@ int e2prom_data_read(int device, int section, unsigned char* buffer) {
     if (!file) {
         return errno;
     }
-    // Not a byte more: on a chip's bus each takes a third of a millisecond.
+    // Read only what is needed: on the bus of a real EEPROM each byte takes a third of a
+    // millisecond.
     unsigned char data[DataSize];
     const ssize_t count = TEMP_FAILURE_RETRY(read(file.get(), data, sizeof data));
     if (count == -1) {

@@ -6,8 +6,8 @@
 extern "C" {
 #endif
 
-/// Sets the level of every trace object called `trace` in this process, also of those created
-/// later; "*" names all of them. Level 0 switches a trace off. Callable from any thread.
+/// Sets the level of every trace object called `trace` in this process, including those created
+/// later; "*" stands for all names. Level 0 switches a trace off. Callable from any thread.
 void TolvTrace_setLevel(const char* trace, int level);
 
 #ifdef __cplusplus

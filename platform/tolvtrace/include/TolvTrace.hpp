@@ -2,9 +2,9 @@
 ///
 ///     [<trace>] <level> <file>:<line> <function>: <text>
 ///
-/// Control characters in the text are written as \xNN, so a record never spans lines.
-/// Start levels come from the environment: TOLVTRACE_LEVELS=bsp.core=7,Bsp.WarmDatabase=5,*=3
-/// (a trace's own name goes before "*").
+/// Control characters in the text are written as \xNN, so that a record is always one line.
+/// The environment sets start levels: TOLVTRACE_LEVELS=bsp.core=7,Bsp.WarmDatabase=5,*=3
+/// (a trace's own name takes precedence over "*").
 #pragma once
 
 #include "TolvTrace.h"
@@ -16,7 +16,7 @@
 
 enum class TolvTraceLevel : int {};
 
-/// Where a record comes from. The texts must outlive the record.
+/// The origin of a record. The texts must outlive the record.
 struct TolvTraceHeader {
     const char* sourceFile;
     unsigned line;
@@ -26,12 +26,12 @@ struct TolvTraceHeader {
 class TolvTraceStream;
 
 /// One named trace. Every operation may be called from any thread. A record belongs to the thread
-/// that began it; records may nest, each is written whole when it ends. No operation fails: where
-/// memory runs out a record is dropped.
+/// that began it. Records may nest; each is written as a whole when it ends. No operation fails: if
+/// memory runs out, the record is dropped.
 class TolvTrace {
 public:
-    /// `name` must outlive the process's last record. `level` holds unless the environment or
-    /// TolvTrace_setLevel() named another.
+    /// `name` must outlive the process's last record. `level` applies unless the environment or
+    /// TolvTrace_setLevel() has set another level for this name or for "*".
     TolvTrace(const char* name, TolvTraceLevel level);
     ~TolvTrace();
     TolvTrace(const TolvTrace&) = delete;
@@ -46,22 +46,22 @@ public:
     void logMsgData(char character) noexcept;
     void endLogMsg() noexcept;
 
-    /// The text of the record that was begun; a flush (std::endl) ends the record.
+    /// A stream that writes to the record just begun; a flush (std::endl) ends the record.
     TolvTraceStream logStream();
-    /// Takes what is written while a level is switched off, and discards it.
+    /// A stream that discards its input, for messages whose level is off.
     TolvTraceStream nullStream();
 
     const char* name() const noexcept { return m_name; }
     void setLevel(int level) noexcept { m_level.store(level, std::memory_order_relaxed); }
 
 private:
-    // Not a std::string: other threads may still write records when static objects have been
+    // Not a std::string: other threads may still write records after static objects have been
     // destroyed.
     const char* m_name;
     std::atomic<int> m_level;
 };
 
-/// The stream form of a record. Unbuffered; it holds nothing but the trace it writes to.
+/// The stream interface of a record. It has no buffer: each character goes straight to the trace.
 class TolvTraceStream : private std::streambuf, public std::ostream {
 public:
     /// A null trace discards everything.
@@ -73,5 +73,5 @@ private:
     int sync() override;
 
     TolvTrace* m_trace;
-    bool m_lineEnded = false; // by a newline that belongs to the text, unless a flush comes next
+    bool m_lineEnded = false; // holds back a newline: it is part of the text unless a flush follows
 };

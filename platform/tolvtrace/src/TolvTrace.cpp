@@ -14,14 +14,14 @@ namespace {
 struct Record {
     std::string line;
     Record* outer;
-    bool lost = false; // there was no memory for a part of it
+    bool lost = false; // memory ran out, so the record is incomplete
 };
 
-// A plain pointer rather than a container: records may still be written while thread-local and
-// static objects are being destroyed.
+// A plain pointer, not a container: records may still be written while thread-local and static
+// objects are being destroyed.
 constinit thread_local Record* innermost = nullptr;
 
-// Records begun inside the innermost one for which there was no memory.
+// How many records, begun inside the innermost one, could not be allocated.
 constinit thread_local unsigned dropped = 0;
 
 std::string linePrefix(const char* trace, TolvTraceLevel level, const TolvTraceHeader& header) {

@@ -2,11 +2,11 @@
 
 class TolvTrace;
 
-/// Keeps the process's trace objects at the levels asked for. Never destroyed, so trace objects may
-/// come and go during static initialisation and at exit.
+/// Registers the process's trace objects and sets their levels. The registry is never destroyed, so
+/// trace objects may be created and destroyed during static initialisation and at exit.
 namespace trace_levels {
 
-/// Registers `trace` and gives it the level asked for by name, or `level`.
+/// Registers `trace` and sets its level: the one configured for its name or for "*", else `level`.
 void add(TolvTrace& trace, int level);
 void remove(TolvTrace& trace);
 
