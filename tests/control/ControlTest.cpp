@@ -20,7 +20,7 @@ const std::string UsageRefused = "64|bspctl: usage: expected slot-id [NUMBER], "
                                  "radiolink-mode [Rl4|Rl5|default] or --help\n";
 const std::string SlotNotStored = "1|bspctl: slot-id cannot be stored: ";
 
-// Exit status and standard output, then standard error.
+// Returns exit status and standard output, a bar, and standard error.
 std::string call(Words words, const char* output = nullptr) {
     words.insert(words.begin(), BSPCTL);
     const auto outcome = inChild([&] {
@@ -32,7 +32,7 @@ std::string call(Words words, const char* output = nullptr) {
     return std::to_string(outcome.status) + outcome.out + "|" + outcome.err;
 }
 
-// What a newly started unit answers, one call after the other.
+// Calls on a unit that has just started cold, in this order.
 const std::pair<Words, std::string> Calls[] = {
     {{"slot-id"}, "0-1\n|"},
     {{"slot-id", "7"}, "0|"},
@@ -65,7 +65,7 @@ const std::pair<Words, std::string> Calls[] = {
     {{"7", "slot-id"}, UsageRefused},
 };
 
-TEST(Control, ShowsAndSetsAndRefusesAnythingElse) {
+TEST(Control, ShowsAndSetsValuesAndRefusesOtherWords) {
     unit::restart(unit::Cold, "");
     std::filesystem::create_directories(unit::Config);
     for (const auto& [words, expected] : Calls) {
@@ -126,7 +126,7 @@ const Case Cases[] = {
      SlotNotStored + "the warm area top.dtcm0 cannot be opened or mapped\n"},
 };
 
-TEST(Control, WhatTheUnitDoesNotKeepIsNotSet) {
+TEST(Control, ReportsWhyAValueCannotBeReadOrStored) {
     setenv("TOLVTRACE_LEVELS", "*=0", 1);
     for (const auto& [prepare, words, answer] : Cases) {
         unit::restart(unit::Cold, std::string(32768, '\0'));

@@ -1,4 +1,4 @@
-// A program whose unit is reset or loses power in the middle of its work, or that is killed itself:
+// Works until the test kills it, or resets its unit or cuts the unit's power:
 // worker write ROUNDS | hold-lock | toggle-mode
 #include "bsp/Bsp.h"
 #include "bsp/WarmDatabase.hpp"
@@ -14,7 +14,7 @@ using namespace os::bsp::dtcm;
 
 constexpr unsigned Objects = MaxNumberOfBlocks - 1; // beside the slot's
 
-// Both halves of a slot id are the same. As much time goes into it as into the objects.
+// Sets slot ids with two equal halves, and fills objects. It spends about the same time on both.
 void write(unsigned long rounds) {
     for (unsigned i = 1; i <= rounds; ++i) {
         for (unsigned j = 0; j < 20; ++j) {

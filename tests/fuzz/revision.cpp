@@ -1,4 +1,4 @@
-// Image bytes to what is read out of them.
+// Fuzz targets: the functions that read revisions out of images.
 #include "bsp/Bsp.h"
 
 #include <algorithm>
@@ -13,12 +13,12 @@
 void kernel_image(const char* file, std::size_t /*size*/) {
     std::string text("kept\0\0\0\0", 8);
     const int result = Bsp_getKernelRState(file, text.data(), text.size());
-    text.resize(text.find('\0')); // throws where there is none
+    text.resize(text.find('\0')); // throws if there is none
     EXPECT(std::all_of(text.begin(), text.end(), isalnum));
     EXPECT(result == 0 || text == "kept");
 }
 
-// The buffers' sizes come from the size of the image.
+// The size of the image determines the sizes of the buffers.
 void boot_loader(const char* file, std::size_t size) {
     std::string texts[] = {std::string(1 + size % 17, '!'), std::string(1 + size % 13, '!')};
     EXPECT(

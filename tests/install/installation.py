@@ -1,5 +1,6 @@
-"""What the tests of an installation share. The environment names the BUILD directory, CMAKE, the compilers CC
-and CXX, NM, LIBDIR below a prefix, where the ABI's LIBRARIES are and, for another ABI, the EMULATOR."""
+"""Shared by the tests of an installation. They need these environment variables: BUILD, the build directory;
+CMAKE, CC, CXX and NM, the tools; LIBDIR, relative to a prefix; LIBRARIES, the folder of the ABI's libraries;
+EMULATOR, the emulator's command for another ABI, else empty."""
 import os, re, shlex, shutil, subprocess, sys, unittest
 from os import environ
 from pathlib import Path
@@ -13,13 +14,13 @@ CMAKE, CC, CXX, LIBRARIES = (environ[name] for name in ("CMAKE", "CC", "CXX", "L
 EMULATOR = environ["EMULATOR"].split()
 VUNIT = PROJECT / "virtual-unit/vunit"
 
-# The linker of another ABI does not look for what a library needs by itself.
+# A cross-linker does not find the libraries that a library needs without -rpath-link.
 LINK = f"-Wl,-rpath-link,{LIBRARIES}:{SDK_LIB}"
 environ["LDFLAGS"] = f"'{LINK}'"
 
 
 def run(*command, status=0, **options):
-    """What a command prints; it has to end with `status`."""
+    """Returns what a command prints; its exit status must be `status`."""
     done = subprocess.run([str(word) for word in command], cwd=SCRATCH, text=True,
                           **{"stdout": subprocess.PIPE, **options})
     assert done.returncode == status, f"{shlex.join(done.args)} ended with {done.returncode}:\n{done.stdout}"
@@ -40,7 +41,7 @@ def build(source, directory, *options):
 
 
 def on_unit(*command, emulator=EMULATOR, **options):
-    # As packages, another ABI's programs are installed for the path of a system.
+    # The cross-build is configured like the packages, without RPATH: its programs need the path of libbsp, too.
     path = f"{LIBRARIES}:{LIB}" if EMULATOR else LIBRARIES
     return run(VUNIT, "run", "unit", "--", "env", f"LD_LIBRARY_PATH={path}", *emulator, *command, **options)
 
@@ -51,7 +52,8 @@ def install(prefix, *components):
 
 
 def set_up():
-    """A unit, the platform's headers and libraries, and an installation without those headers, which was moved."""
+    """Creates a unit, an SDK, and an installation without the platform's headers. The installation is moved, to
+    show that it is relocatable."""
     shutil.rmtree(SCRATCH, ignore_errors=True)
     SCRATCH.mkdir(parents=True)
     run(VUNIT, "create", "unit", "--product", "TK8851_4")

@@ -1,5 +1,5 @@
-# bsp-warm gives what it made the device's rights, tells when the database is open, and is outlasted by
-# what it made; it says what is missing: keeper-test.py COMMAND...
+# Prints how bsp-warm behaves: it notifies when the database is open, gives the shared objects the device's
+# permissions, and leaves objects behind when it ends; it reports what is missing: keeper-test.py COMMAND...
 import os, socket, subprocess, sys
 
 for name, mode in ("/tmp/notify", 0o640), (f"@bsp-{os.getpid()}", 0o604):

@@ -1,31 +1,35 @@
 /* The database lock as DatabaseLock.cpp takes it, and the cold restart as WarmDatabase.cpp handles it.
    Change the code and this model together. Every store to shared state is a step, and a process may
    be killed before each step. tests/model/check lists the runs. A run finds each way in which two
-   processes are inside at once, use different semaphores, use the area before it is cleared, clear
+   processes hold the lock at once, use different semaphores, use the area before it is cleared, clear
    it while it is in use, raise a semaphore above 1, or wait for ever ("invalid end state").
 
-     PROCESSES with the record, the first of which may lack the device; DEATHS of them in all.
-     SEMAPHORES that can be made in all; after that making one fails. FAILURES of sem_open besides.
-     STRANGER 1: one more process uses only the semaphore; 2: it makes one, too, if there is none.
-     FAULT planted: 1 the record's number is never written, 2 it is not 0 while a semaphore is made,
-       3 nobody changes to a newer semaphore, 4 a maker does not note a cold restart as pending,
-       5 nobody notes it as handled when a stranger's semaphore is free, 6 a maker does not look for
-       the name again, 7 a process that cannot make a semaphore does not note it as pending.
+     PROCESSES: number of processes that use the record; the first of them may lack the device.
+     DEATHS: how many of them may be killed in a run.
+     SEMAPHORES: how many semaphores can be created; after that, creating one fails.
+     FAILURES: how often sem_open may fail for another reason.
+     STRANGER: 1, one more process uses only the semaphore; 2, it also creates a missing one.
+     FAULT: a planted fault. 1, the record's number is never written. 2, the number is not 0 while a
+       semaphore is created. 3, nobody changes to a newer semaphore. 4, a creator does not note a cold
+       restart as pending. 5, nobody notes it as handled if a stranger's semaphore is free. 6, a
+       creator does not look for the name again. 7, a process that cannot create a semaphore does not
+       note a cold restart as pending.
 
-   Nothing is promised once a process has presumed too much: it has adopted a semaphore that the
-   stranger held for the whole patience, or has cleared the area without holding the semaphore that
-   the stranger made, since it could not open that or has an older one. Nor is a stranger's clearing
-   known to those who come after it has ended, or who have never had its semaphore. The stranger is
-   kept apart from those who hold the same semaphore, and not from those with an older one or with
-   the mutex alone. Threads, and the mutex that guards handles within a process, are left out. */
+   The model promises nothing after a process has presumed too much. It presumes too much if it adopts
+   a semaphore that the stranger held through all of its tries. It also does if it clears the area
+   without holding the semaphore that the stranger created, because it could not open that one or has
+   an older one. Processes that start after the stranger has ended, or that never had its semaphore,
+   do not know that it cleared the area. The lock excludes the stranger only from processes with the
+   same semaphore, not from those with an older one or with the mutex alone. Threads, and the mutex
+   that guards handles within a process, are not modelled. */
 mtype = { Away, Moving, Holding };
 mtype = { Unasked, Pending, Handled };
 
 mtype progress = Away, restart = Unasked; /* the run record */
 byte number, mutex;                       /* the mutex: its owner, or 0 */
 byte name, made, value[SEMAPHORES + 1];   /* name: the semaphore that has it, or 0 */
-byte inside, with;                        /* who is, with which semaphore */
-byte held, strange;                       /* the semaphores that the stranger holds, and has made */
+byte inside, with;                        /* the process that holds the lock, and its semaphore */
+byte held, strange;                       /* the semaphores that the stranger holds, and created */
 bool dead[PROCESSES + 1], cleared, used, presumed;
 byte failures = FAILURES, deaths = DEATHS;
 
@@ -57,7 +61,7 @@ inline handle() { /* by a process that holds the lock and knows that the restart
 
 inline restore() { restart = leftRestart; note(leftNumber, left) }
 
-inline noteRestart() { /* by a process that has not made a semaphore */
+inline noteRestart() { /* by a process that has not created a semaphore */
     atomic { mutex == 0 -> mutex = me };
     if :: FAULT != 7 && name == 0 && restart == Unasked -> restart = Pending :: else fi;
     mutex = 0 }
@@ -86,7 +90,7 @@ start:  open();
               restore(); mutex = 0; noteRestart()
            :: atomic { failures > 0 && name == 0 && made < SEMAPHORES ->
                        failures--; create(); mine = made };
-              mutex = 0; noteRestart() /* no memory for the handle, but the semaphore is there */
+              mutex = 0; noteRestart() /* no memory for the handle, but the semaphore exists */
         fi;
 
 work:   do :: done -> break
@@ -126,7 +130,7 @@ work:   do :: done -> break
                        if :: device && (holds || restart != Unasked || strange == 0) ->
                              assert(cleared || presumed); used = true :: else fi };
               inside = 0; done = true; give()
-           :: break /* without having used it */
+           :: break /* a process may end without using the database */
         od;
         if :: maker -> atomic { if :: name == mine -> name = 0 :: else fi } :: else fi
     } unless { dead[me] };

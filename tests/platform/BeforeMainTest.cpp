@@ -28,7 +28,7 @@ struct Start {
     std::string levels;
     std::string variants;
     std::string product; // QOR4A comes from the built-in variants, QOR3001 from the file
-    std::string errors;  // without the numbers of source lines
+    std::string errors;  // without line numbers of the source
 };
 
 const Start Starts[] = {
@@ -50,7 +50,7 @@ const Start Starts[] = {
     {"*=0", "directory", "QOR4A", File.string() + ": Is a directory" + BuiltIn},
 };
 
-TEST(BeforeMain, LevelsAndVariantsAreSettled) {
+TEST(BeforeMain, LevelsAndVariantsAreLoaded) {
     unit::restart(unit::Warm, std::string(32768, '\0'));
     for (const auto& [levels, variants, product, errors] : Starts) {
         unit::writeFile(File, variants);
@@ -65,8 +65,8 @@ TEST(BeforeMain, LevelsAndVariantsAreSettled) {
     }
 }
 
-TEST(BeforeMain, NothingIsWaitedFor) {
-    alarm(10); // or a FIFO without a writer is
+TEST(BeforeMain, AFifoIsNotWaitedFor) {
+    alarm(10); // ends the test if opening a FIFO waits for a writer
     const auto registers = unit::Root / "dev/top.sys_ctrl0";
     for (const auto& path : {File, unit::Eeprom, unit::Config / "RadiolinkMode", registers}) {
         unit::restart(unit::Warm, std::string(32768, '\0'));
@@ -76,8 +76,8 @@ TEST(BeforeMain, NothingIsWaitedFor) {
         EXPECT_GE(runProgram({BSPINFO}).status, 0) << path;
         std::filesystem::remove(path);
     }
-    std::filesystem::create_symlink(BSPINFO, registers);        // which nobody may write
-    EXPECT_EQ(runProgram({BSPINFO, "last-restart"}).status, 1); // read, and unknown
+    std::filesystem::create_symlink(BSPINFO, registers);        // a running program is read-only
+    EXPECT_EQ(runProgram({BSPINFO, "last-restart"}).status, 1); // readable, but unknown
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// The layer in a program that loads it with dlopen(), as Python does.
+// Tests the layer in a program that loads it with dlopen(), as Python does.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -27,14 +27,14 @@ void* __libc_malloc(std::size_t size); // NOLINT
 
 namespace {
 
-TEST(LoadedLater, LogsWithoutMemoryAndStaysWhenItIsClosed) {
+TEST(LoadedLater, LogsWithoutMemoryAndStaysLoadedAfterDlclose) {
     void* const layer = dlopen(LAYER, RTLD_NOW);
     ASSERT_NE(layer, nullptr) << dlerror();
     auto* const query = find<int(const char*, char*, std::size_t)>(layer, "Bsp_getKernelRState");
     auto* const setLevel = find<void(const char*, int)>(layer, "TolvTrace_setLevel");
     std::thread([&] {
         memoryIsLeft = false;
-        EXPECT_EQ(query(nullptr, nullptr, 0), -1); // a record is lost
+        EXPECT_EQ(query(nullptr, nullptr, 0), -1); // the record is dropped
         memoryIsLeft = true;
     }).join();
     dlclose(layer);

@@ -32,32 +32,32 @@ protected:
     Store() { std::filesystem::create_directories(unit::Config); }
 };
 
-TEST_F(Store, RefusesWhatIsNoFileName) {
+TEST_F(Store, RefusesAKeyThatIsNoFileName) {
     for (const char* key : {"", ".", "..", ".lock", ".new", "a/b"}) {
         EXPECT_FALSE(QorConfig().setValue(key, "x") || QorConfig().clearValue(key)) << key;
         EXPECT_THROW(QorConfig().getValue(key), std::system_error) << key;
     }
 }
 
-TEST_F(Store, ValuesAreForEveryReader) {
+TEST_F(Store, NewValueIsReadableForAllAndOldOneKeepsItsMode) {
     const auto value = unit::Config / "key";
     umask(077);
-    for (const unsigned mode : {0644U, 0640U}) { // of a new value, and of one that was there
+    for (const unsigned mode : {0644U, 0640U}) { // of a new value, then of an existing one
         EXPECT_TRUE(QorConfig().setValue("key", "x"));
         EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(value).permissions()), mode);
         chmod(value.c_str(), 0640);
     }
 }
 
-// Files and folder are written out under it.
-TEST_F(Store, LockIsNeitherKeptByForkedChildrenNorForReaders) {
+// Each fsync(), of a new value and of the folder, must happen under the lock.
+TEST_F(Store, LockIsNeitherKeptByForkedChildrenNorOpenToReaders) {
     std::vector<std::unique_ptr<Child>> children;
     const auto lock = unit::Config / ".lock";
     onFsync = [&] {
         EXPECT_EQ(flock(open(lock.c_str(), O_RDONLY), LOCK_SH | LOCK_NB), -1);
         children.push_back(std::make_unique<Child>(pause));
     };
-    alarm(10); // or it waits for the children, or for a reader
+    alarm(10); // ends the test if a writer waits for the children, or for the reader of the folder
     const int folder = open(unit::Config.c_str(), O_RDONLY);
     ASSERT_EQ(flock(folder, LOCK_EX) | fchmod(folder, 0775), 0);
     umask(077);

@@ -9,7 +9,7 @@
 
 #include <unistd.h>
 
-// The lock is misused on purpose.
+// The thread sanitizer would report the misuse that this test needs.
 extern "C" __attribute__((visibility("default"))) const char*
 __tsan_default_options() { // NOLINT(bugprone-reserved-identifier)
     return "report_mutex_bugs=0";
@@ -40,7 +40,7 @@ TEST(Trace, RecordIsOneLine) {
                              "[name] 2 dir/file:12 function: two\\x0alines\\x7f!\n");
 }
 
-TEST(Trace, NeitherRecordsNorClosingAreCancellationPoints) {
+TEST(Trace, WritingARecordAndClosingAreNoCancellationPoints) {
     TolvTrace trace("name", TolvTraceLevel{3});
     bool written = false;
     std::thread([&] {
@@ -62,7 +62,7 @@ void misuse() {
     EXPECT_TRUE(recursive.lock() && recursive.lock() && recursive.unlock() && recursive.unlock());
 }
 
-TEST(PthreadMutex, TellsFailuresAndLeavesErrnoAlone) {
+TEST(PthreadMutex, ReportsFailuresAndKeepsErrno) {
     CaptureStderr();
     for (const auto& [name, level] :
          {std::pair{"*", 0}, {"DDevIo.PthreadMutex", 5}, {"DDevIo", 0}}) {

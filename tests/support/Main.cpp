@@ -8,7 +8,7 @@
 int main(int argc, char** argv) {
     test::Words words(argv, argv + argc);
     testing::InitGoogleTest(&argc, argv);
-    // Tests write to /etc, /dev and shared memory: never to the machine's own.
+    // Tests write to /etc, /dev and shared memory, so they run in namespaces with their own.
     if (!GTEST_FLAG_GET(list_tests) && std::getenv("BSP_PRIVATE_MACHINE") == nullptr) {
         words.front() = std::filesystem::read_symlink("/proc/self/exe");
         test::execute(words, {BSP_PRIVATE_MACHINE});

@@ -20,8 +20,8 @@ struct Outcome {
     std::string err;
 };
 
-/// Runs `body` in a forked child beside the test, which then exits normally; status 1 when an
-/// assertion failed in it.
+/// Runs `body` in a forked child while the test goes on. The child then exits normally, with status
+/// 1 if an assertion failed in it.
 class Child {
 public:
     explicit Child(const std::function<void()>& body) noexcept;
@@ -30,7 +30,7 @@ public:
     Child& operator=(const Child&) = delete;
 
     pid_t pid() const { return m_pid; }
-    /// Waits for the end; call it once.
+    /// Waits until the child ends; call it once.
     Outcome wait();
 
 private:
@@ -39,17 +39,17 @@ private:
     pid_t m_pid;
 };
 
-/// As above, to its end.
+/// Runs `body` in a child, and waits until it ends.
 inline Outcome inChild(const std::function<void()>& body) {
     return Child(body).wait();
 }
 
-/// What `body` logs, to its end in a child, where all that it expects has to hold.
+/// Runs `body` in a child, and returns what it logs. Fails the test if an assertion fails in it.
 std::string logOf(const std::function<void()>& body);
 
 using Words = std::vector<std::string>;
 
-/// Becomes the program, which `launcher` starts and, for another machine's programs, the emulator.
+/// Replaces this process by the program. `launcher` and, for another ABI, the emulator start it.
 [[noreturn]] void execute(const Words& command, const Words& launcher = {});
 
 inline Outcome runProgram(const Words& command) {
@@ -73,13 +73,13 @@ struct Fault {
 
 inline Fault pending;
 
-/// The library's function behind the test program's own.
+/// Returns the library's function that the test program's own replaces.
 template <class Function>
 Function* original(Function& /*own*/, const char* symbol) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));
 }
 
-/// What the test program's own function returns.
+/// The body of the test program's own function: applies `pending`, or calls the library's function.
 template <class Function, class... Arguments>
 auto answer(Function& own, const char* symbol, Arguments... arguments) {
     if (pending.symbol == symbol && --pending.first <= 0 && --pending.count >= 0) {
@@ -89,10 +89,10 @@ auto answer(Function& own, const char* symbol, Arguments... arguments) {
     return original(own, symbol)(arguments...);
 }
 
-/// Level and text of the layer's records, a line each, and nothing else of the output.
+/// Returns level and text of each of the layer's records, one per line, without any other output.
 std::string recordsIn(const std::string& output);
 
-/// How often `text` occurs.
+/// Returns how often `text` occurs.
 int countOf(std::string_view output, std::string_view text);
 
 } // namespace test

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-/// The files of the unit that the tests' private machine is.
+/// The files of a unit: in their namespaces, the tests run on one.
 namespace test::unit {
 
 using Code = std::array<unsigned char, 8>;
@@ -37,7 +37,7 @@ inline void writeEeprom(const Code& code) {
 
 enum Restart : char { Cold, Warm, Watchdog, Unknown };
 
-/// Makes this a unit that tells its last restart in a register, with `area` as its warm area.
+/// Restarts the unit: one that records the cause in a register, with `area` as its warm area.
 inline void restart(Restart cause, std::string_view area) {
     writeEeprom({16, 0, 0, 0, 0, 0, 0, 0});
     writeFile(Root / "dev/top.sys_ctrl0", std::string{cause, '\0', '\0', '\0'});
@@ -48,7 +48,7 @@ inline void restart(Restart cause, std::string_view area) {
     }
 }
 
-/// As many bytes of it, over and over.
+/// Returns `size` bytes of repeated `text`.
 inline std::string repeat(const std::string& text, std::size_t size) {
     std::string result;
     while (result.size() < size) {
@@ -57,7 +57,7 @@ inline std::string repeat(const std::string& text, std::size_t size) {
     return result.substr(0, size);
 }
 
-/// What power-on leaves in a warm area: noise, but repeatable.
+/// Returns noise, as power-on leaves it in a warm area, but the same at every call.
 inline std::string noise(std::size_t size) {
     std::string bytes(size, '\0');
     std::generate(bytes.begin(), bytes.end(), std::mt19937(20)); // NOLINT(*-msc51-cpp,*-seed)

@@ -5,7 +5,7 @@
 #ifndef __cplusplus
 _Static_assert(sizeof(Bsp_HwVariant) == 64, "sixteen words");
 #elif __cplusplus != 201703L
-#error "built for another standard than this project's"
+#error "not built as C++17"
 #endif
 
 int main(void) {

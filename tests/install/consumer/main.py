@@ -10,7 +10,7 @@ with starts.lock() as data:
     data[4] += 1
 print(bsp.product_id(), bsp.slot_id(), *bsp.SwitchType, bsp.kernel_r_state("/boot/zImage"), *data)
 
-# What the layer would take for something else is refused before it is called.
+# The module refuses arguments that ctypes would convert to another value, before it calls the library.
 refused: list[tuple[type[Exception], Callable[..., object], tuple[Any, ...]]] = [
     *((ValueError, bsp.WarmObject, ("A", size)) for size in (-1, 1521, 2**32 + 8)),
     *((ValueError, bsp.WarmObject, (name, 8)) for name in ("", "SLOT\0X", "Grüße an alle!")),
@@ -42,7 +42,7 @@ def ring(*_: object) -> NoReturn:
     raise Alarm
 
 
-# An exception that comes between any two steps leaves the object's mutex free.
+# If a signal handler raises an exception, at any point, the object's mutex is free afterwards.
 signal.signal(signal.SIGALRM, ring)
 for _ in range(1000):
     try:
