@@ -79,7 +79,7 @@ TEST(Control, ShowsAndSetsValuesAndRefusesOtherWords) {
     }
 }
 
-void takeLockAway() {
+void makeLockUnavailable() {
     std::filesystem::create_directory("/dev/shm/DtcmRun");
     std::filesystem::create_directory("/dev/shm/sem.DtcmDbSharedSem");
 }
@@ -100,12 +100,12 @@ const Case Cases[] = {
     {[] { unit::restart(unit::Warm, std::string(32768, '\1')); },
      {"slot-id", "7"},
      SlotNotStored + "the warm database has no room for it\n"},
-    {takeLockAway,
+    {makeLockUnavailable,
      {"slot-id", "7"},
      SlotNotStored + "a cold restart is still pending, which would clear it\n"},
     {[] {
          unit::restart(unit::Warm, std::string(32768, '\0'));
-         takeLockAway();
+         makeLockUnavailable();
      },
      {"slot-id", "7"},
      "0|"},

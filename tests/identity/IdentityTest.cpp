@@ -24,19 +24,19 @@ using namespace test;
 
 std::optional<ProductId> preemptedProduct;
 std::atomic<int> eepromReads;
-std::atomic<int> filesRead; // to their end
+std::atomic<int> filesRead; // counts the reads that reach the end of a file
 std::atomic<bool> isInRead;
 thread_local bool staysInRead = false;
 void (*atTheEnd)() = nullptr;
 
-// Before the libraries' constructors, so that it is called after their destructors.
+// Registered before the libraries' constructors run, so called after their destructors.
 [[gnu::section(".preinit_array"), gnu::used]] void (*registration)() = [] {
     on_exit([](int, void*) { atTheEnd != nullptr ? atTheEnd() : void(); }, nullptr);
 };
 
 } // namespace
 
-// It may write more than is asked of it, also when it fails.
+// A unit's function may write more than 8 bytes, even if it fails.
 extern "C" BSP_EXPORT int e2prom_data_read(int device, int section, unsigned char* buffer) {
     ++eepromReads;
     std::fill_n(buffer, 64, 0xee);
@@ -73,8 +73,9 @@ const std::string NoVariant = "1 operator()(): Invalid hardware variant\n";
 const std::string NoDefault =
     "1 operator()(): No default hardware code, the hardware variant table has only ";
 
-// The platform's rows, numbered by revision and product code; each is there twice. Then what a unit
-// with this code in its EEPROM answers, the store's three reads for the FPGA variant among it.
+// The hardware codes of the variant table, which contains each of them twice; the row's number is
+// its revision and product code. Beside each, what a unit with this code in its EEPROM answers,
+// including the number of times it read the FPGA variant from the store.
 constexpr std::pair<unit::Code, const char*> Variants[] = {
     {{9, 0, 1, 8, 9, 4, 9, 0}, "? 1 Qor4 Pcie BCM85651 Ethernet Gorm Pell Gorm 3 2 "},
     {{9, 1, 0, 7, 9, 0, 9, 1}, "QOR4A 2 Qor5 Pci BCM85650 Ethernet Wendrel Wendrel Wendrel 0 1 "},
@@ -130,7 +131,8 @@ std::string answers() {
     return all.str();
 }
 
-// Asked by all threads at once, a unit settles its code and its variant once.
+// Several threads ask at the same time; the EEPROM must be read, and each problem logged, only
+// once.
 void expect(
     const std::string& eeprom, std::size_t rows, const std::string& expected,
     const std::string& records) {
@@ -162,7 +164,7 @@ TEST(Hardware, AnswersFollowFromEepromAndVariants) {
     expect("12345678", All, nothing, NoVariant);
 }
 
-TEST(Hardware, RecordsTellWhatIsNotKnown) {
+TEST(Hardware, RecordsReportWhatIsUnknown) {
     TolvTrace_setLevel("bsp.core", 7);
     become("12345678", All);
     EXPECT_EQ(recordsIn(logOf(answers)), R"(1 operator()(): Invalid hardware variant
@@ -187,7 +189,8 @@ TEST(Hardware, RecordsTellWhatIsNotKnown) {
     const std::function<void()> queries[] = {
         Bsp_getDspType, Bsp_getNumberOfRlt, Bsp_getNumberOfChannels};
     for (const auto& query : queries) {
-        EXPECT_EQ(recordsIn(logOf(query)).find("6 ENTER"), 0); // before the one-time steps
+        EXPECT_EQ(
+            recordsIn(logOf(query)).find("6 ENTER"), 0); // before the records of the one-time steps
     }
 }
 
@@ -206,7 +209,7 @@ TEST(Hardware, BoardIsNamedByProductAndRevision) {
     };
     for (const auto& [product, revision, boardId, text, latest] : boards) {
         preemptedProduct = ProductId{product};
-        hwVariants[14].hwRevision = revision; // of units without an EEPROM
+        hwVariants[14].hwRevision = revision; // the row of a unit without an EEPROM
         EXPECT_EQ(Bsp_getBoardId(), boardId);
         EXPECT_STREQ(Bsp_getBoardIdText(), text);
         EXPECT_STREQ(Bsp_getLatestBoardIdText(), latest);
@@ -226,8 +229,8 @@ TEST(Hardware, BoardIsNamedByProductAndRevision) {
         tables << #type LIST(ROW) << ' ' << Bsp_##type##_EndOfList << '\n';                        \
     }
 
-// Other software has these numbers and texts built in.
-TEST(Tables, AreThoseThatOtherSoftwareKnows) {
+// These numbers and texts are compiled into other software.
+TEST(Tables, KeepTheirNumbersAndTexts) {
     std::ostringstream tables;
     BSP_ENUMERATIONS(TABLE)
     tables << std::hex << "boards";
@@ -265,7 +268,7 @@ TEST(Setting, RadiolinkModeIsReadOnceAndSetForLaterProcesses) {
     }
 }
 
-TEST(Setting, RadiolinkModeFailsWithTheStore) {
+TEST(Setting, RadiolinkModeFailsIfTheStoreFails) {
     std::filesystem::create_directories(ModeFile);
     EXPECT_THROW(Bsp_getRadiolinkMode(), std::system_error);
     unit::writeEeprom({});
@@ -276,13 +279,13 @@ TEST(Setting, RadiolinkModeFailsWithTheStore) {
     unit::writeFile(ModeFile, Rl5);
     ASSERT_EQ(mount("none", unit::Config.c_str(), "", MS_REMOUNT | MS_RDONLY, nullptr), 0);
     EXPECT_EQ(Bsp_setRadiolinkMode(RadiolinkMode::Rl4), -1);
-    EXPECT_EQ(Bsp_getRadiolinkMode(), 1); // the failed call has settled nothing
+    EXPECT_EQ(Bsp_getRadiolinkMode(), 1); // the layer did not keep the failure
 }
 
-#ifndef __SANITIZE_THREAD__ // whose pthread_once() knows nothing of forks
+#ifndef __SANITIZE_THREAD__ // the thread sanitizer's pthread_once() does not handle forks
 
-// A child has a copy of what another thread of its parent was in the middle of, but not the thread.
-TEST(Fork, ChildAsksAnewWhatAnotherThreadOfItsParentIsAsking) {
+// The child inherits the half-done query of its parent's other thread, but not that thread.
+TEST(Fork, ChildCanRepeatAQueryThatAnotherThreadHasNotFinished) {
     become("12345678", All);
     unit::writeFile(ModeFile, Rl5);
     const std::pair<int (*)(), int> queries[] = {
@@ -308,7 +311,8 @@ TEST(Log, EvaluatesPiecesFirstAndKeepsErrno) {
     testing::internal::CaptureStderr();
     errno = EINTR;
     BSP_LOG(coreLog(), 4, "never ", std::stoi(""));
-    BSP_LOG(coreLog(), 3, INT_MIN, " ", ULLONG_MAX, " ", Bsp_getHwRevision()); // opens and logs
+    BSP_LOG(
+        coreLog(), 3, INT_MIN, " ", ULLONG_MAX, " ", Bsp_getHwRevision()); // opens a file, and logs
     EXPECT_EQ(errno, EINTR);
     EXPECT_ANY_THROW(BSP_LOG(coreLog(), 3, "never ", (errno = ENOENT, std::stoi(""))));
     EXPECT_EQ(errno, EINTR);
@@ -317,12 +321,12 @@ TEST(Log, EvaluatesPiecesFirstAndKeepsErrno) {
         NoEeprom + "3 TestBody(): -2147483648 18446744073709551615 7\n");
 }
 
-TEST(Variant, IsReadToTheVeryEndOfTheProcess) {
+TEST(Variant, CanBeReadUntilTheProcessEnds) {
     const Outcome outcome = inChild([] {
         become("", All);
         hwVariants[14].productCode = 5;
         Bsp_getQorHwVariant();
-        mallopt(M_PERTURB, 1); // memory that is given back changes
+        mallopt(M_PERTURB, 1); // free() overwrites the memory
         atTheEnd = [] {
             _exit(Bsp_getQorHwVariant()->productCode);
         };

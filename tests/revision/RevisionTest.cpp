@@ -20,7 +20,7 @@ namespace {
 
 using namespace test;
 
-// Its symbol tells the width of a time where that has changed.
+// With 64-bit times on a 32-bit ABI, the C library's symbol has another name.
 constexpr const char* Fstat = sizeof(time_t) > sizeof(long) ? "__fstat64_time64" : "fstat64";
 constexpr std::size_t LongestRead = 1000; // a file may always deliver less
 
@@ -54,8 +54,8 @@ BSP_EXPORT int inflateInit2_(z_streamp strm, int windowBits, const char* version
 
 namespace {
 
-// The records of `body`, without trace, source and line; the descriptor that it gets first shows
-// as "first". It has to close all that it opens.
+// Returns the records of `body`, without trace, source and line; the first descriptor that it opens
+// appears as "first". It must close every descriptor.
 std::string recordsOf(int level, const Fault& fault, const std::function<void()>& body) {
     TolvTrace_setLevel("bsp.core", level);
     testing::internal::CaptureStderr();
@@ -90,7 +90,7 @@ const std::string Uboot = "1 Bsp_getUbootProductInfo(): ";
 
 struct Call {
     std::string image;
-    std::string expected; // the records and, where the call succeeds, the values
+    std::string expected; // the records and, if the call succeeds, the values
     Fault fault = {};
     const char* file = File;
     std::size_t size = 32;
@@ -99,7 +99,8 @@ struct Call {
     int level = 4;
 };
 
-// Nothing is left of a call, nor written behind a buffer, nor into one where the call fails.
+// A call must leave no mapping and no file behind, must not write behind a buffer, and must not
+// change a buffer if it fails.
 void expect(
     const std::initializer_list<Call>& calls, const std::function<int(const Call&)>& function) {
     const std::string before = "kept\0"s + std::string(35, '!');
@@ -180,7 +181,7 @@ TEST(KernelRState, BannerIsFoundAndParsed) {
         {archiveOf("Linux version 4.9.0.R1\0R2"s), "R1"},
         {archiveOf("Linux version " + std::string(200, ' ') + "4.9.0.R1"), "R1"},
         {archiveOf("Linux is Linux; version 2. Linux version 1.2.3.R1"), "R1"},
-        // The byte that breaks a partial match is not taken for a new start.
+        // The byte that ends a partial match is not tried as the start of the next one.
         {archiveOf("LLinux version 1.2.3.R1"), NoBanner},
         {archiveOf("Linux vLinux version 1.2.3.R1 and Linux version 1.2.3.R2"), "R2"},
         {archiveOf("LLLinux version 1.2.3.R1"), "R1"},
@@ -214,7 +215,7 @@ TEST(KernelRState, StepsAreTraced) {
     });
 }
 
-TEST(KernelRState, EveryFailureIsTold) {
+TEST(KernelRState, EveryFailureIsReported) {
     const std::string image = std::string(18992, '.') + Archive;
     const std::string repeated = "4 Bsp_readHelper(): read was interrupted. Retrying...\n";
     const std::string input = "Input/output error\n";
@@ -234,8 +235,8 @@ TEST(KernelRState, EveryFailureIsTold) {
     });
 }
 
-// Where a removal does nothing, another call has created the file anew.
-TEST(KernelRState, WhatLiesAtTheTemporaryPathIsReplacedAndNeverFollowed) {
+// An unlink() that does nothing stands for another call that recreates the file at once.
+TEST(KernelRState, FileAtTheTemporaryPathIsReplacedAndNeverFollowed) {
     writeFile("/dev/shm/victim", "victim");
     std::filesystem::create_symlink("/dev/shm/victim", TemporaryFile);
     expectKernel({{Archive, "R2A05", {"unlink", 1, 0, 3}}});
@@ -252,8 +253,9 @@ TEST(KernelRState, WhatLiesAtTheTemporaryPathIsReplacedAndNeverFollowed) {
     EXPECT_EQ(std::filesystem::status(TemporaryFile).permissions(), std::filesystem::perms(0600));
 }
 
-// In the place of the closed stream the file's descriptor has to be moved, and cannot be.
-TEST(KernelRState, TheLastDescriptorLeavesNoFileBehind) {
+// The temporary file gets the number of a closed standard stream. Moving it to another number
+// fails, because the limit allows no more descriptors.
+TEST(KernelRState, LackOfDescriptorsLeavesNoTemporaryFile) {
     writeFile(File, Archive);
     limit(RLIMIT_NOFILE, static_cast<rlim_t>(nextDescriptor()) + 1);
     ASSERT_EQ(close(STDIN_FILENO), 0);
@@ -261,8 +263,9 @@ TEST(KernelRState, TheLastDescriptorLeavesNoFileBehind) {
     EXPECT_FALSE(std::filesystem::exists(TemporaryFile));
 }
 
-// What does not fill a chunk stays in the stream's buffer until the search begins.
-TEST(KernelRState, SharedMemoryThatTakesNothingIsAnError) {
+// A last, partial chunk stays in the stream's buffer; the search flushes it, and only then it
+// fails.
+TEST(KernelRState, FullOrReadOnlySharedMemoryIsReported) {
     ASSERT_EQ(mount("none", "/dev/shm", "tmpfs", 0, "size=64k"), 0);
     const std::string full = "fseek failed with errno = No space left on device\n";
     expectKernel(
@@ -296,16 +299,16 @@ TEST(Uboot, ValuesFollowTheirLabels) {
         {"", "Not|", {}, File, 1, 4},
         {.image = "1234567" + R + "R1A\n", .expected = steps + "Not found|R1A", .level = 6},
     });
-    EXPECT_EQ(std::string(Product, 32), "Not found" + std::string(23, '\0')); // to its end
+    EXPECT_EQ(std::string(Product, 32), "Not found" + std::string(23, '\0')); // padded with zeroes
 }
 
-TEST(Uboot, EveryFailureIsTold) {
+TEST(Uboot, EveryFailureIsReported) {
     const std::string image = P + "A\n" + std::string(1000, '.') + R + "R1A\n";
     const std::string cannotOpen = "Failed to open u-boot device with name /tmp/none. errno = ";
     const std::string input = "Input/output error\n";
     ASSERT_EQ(mkfifo("/tmp/fifo", 0600), 0); // without a writer
     writeFile("/tmp/huge", "");
-    // As large as a file can be, which is less where the kernel is a 32-bit one.
+    // The largest possible file; a 32-bit kernel allows less.
     const std::uint64_t huge = sizeof(void*) == 4 ? 1ULL << 43 : INT64_MAX;
     std::filesystem::resize_file("/tmp/huge", huge);
     const std::string bytes = std::to_string(huge + 1) + " bytes\n";
@@ -321,7 +324,7 @@ TEST(Uboot, EveryFailureIsTold) {
         {image, Uboot + "Failed to read file. errno = " + input, {"read", 2, EIO}},
         {"", Uboot + "Failed to read file. errno = " + input, {"read", 1, EIO}},
         {image, "A|R1A"},
-        {image, "A|Not found", {"read", 2}}, // it delivers less
+        {image, "A|Not found", {"read", 2}}, // a read() that returns 0
     });
 }
 

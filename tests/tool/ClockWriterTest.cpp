@@ -18,7 +18,7 @@ constexpr const char* Unknown = "Unknown board revision";
 const char* board = "TK5452_R2_P1";
 const char* latestBoard = Unknown;
 std::vector<useconds_t> pauses;
-int measuredLength = 0; // if not 0, what snprintf() answers without a buffer
+int measuredLength = 0; // if not 0, snprintf() returns it when it has no buffer
 
 } // namespace
 
@@ -66,7 +66,7 @@ const std::string NoNumber = " is not a hexadecimal number\n";
 const std::string BadToken = Error + ConfigFile + ": token ";
 const std::string NoAddress = Error + "Failed due to invalid idt address\n";
 
-// 256 registers of 0xEE with an identification, programmed with `bytes`.
+// Returns a chip's 256 registers: an identification, `bytes` from register 8 on, 0xEE elsewhere.
 std::string chip(std::string_view bytes = "", const std::string& id = "\x12\x34\x5E\x78") {
     return std::string(256, '\xEE').replace(2, 4, id).replace(8, bytes.size(), bytes);
 }
@@ -115,17 +115,17 @@ TEST(ClockWriter, UnreadableFileAndClosedOutputLeaveTheChipAlone) {
     expect(
         0, Notice + "IDT configuration file " + ConfigFile +
                " not found. Using configuration from OTP/u-boot.\n");
-    mkfifo(ConfigFile.c_str(), 0600); // empty; or the test's time runs out
+    mkfifo(ConfigFile.c_str(), 0600); // reads as an empty file; or the test times out
     expect(0, Identified + Completed);
     std::filesystem::remove(ConfigFile);
-    std::filesystem::create_symlink("/dev/zero", ConfigFile); // or the test's time runs out
+    std::filesystem::create_symlink("/dev/zero", ConfigFile); // or the test times out
     expect(-1, BadToken + "1" + NoNumber);
     std::filesystem::remove(ConfigFile);
     std::filesystem::create_directory(ConfigFile);
     expect(-1, Error + ConfigFile + ": read error at token 1: Is a directory\n");
     EXPECT_TRUE(unit::readFile(Device) == chip());
     std::setvbuf(stdout, nullptr, _IONBF, 0);
-    close(STDOUT_FILENO); // its place is not the chip's
+    close(STDOUT_FILENO); // the chip must not get this number
     EXPECT_EQ(Idt_writeConfig(), -1);
     EXPECT_TRUE(unit::readFile(Device) == chip());
 }
@@ -155,7 +155,7 @@ TEST(ClockWriter, UnknownRevisionFallsBackToTheLatestBoard) {
     expect(0, fallback + Identified + Notice + "Completed successfully for TK5452_XPIC\n");
 }
 
-TEST(ClockWriter, ChipHasThreeAttemptsToAnswer) {
+TEST(ClockWriter, IdentificationIsReadInUpToThreeAttempts) {
     unit::writeFile(ConfigFile, unit::repeat("1 ", 432));
     unit::writeFile(Device, "\xEE\xEE\xEE\xEE");
     expect(-1, "ERROR: Idt_init(): Input/output error\n" + NoAddress);
@@ -166,24 +166,24 @@ TEST(ClockWriter, ChipHasThreeAttemptsToAnswer) {
         0, "NOTICE: Idt_init(): Device ID = 0x012, Revision = 15, Dash Code = 2047\n" + Completed);
     EXPECT_EQ(pauses.size(), 2U);
     std::filesystem::remove(Device);
-    std::filesystem::create_symlink("/dev/zero", Device); // its offset stays 0
+    std::filesystem::create_symlink("/dev/zero", Device); // lseek() always returns 0
     expect(-1, "ERROR: Idt_init(): Input/output error\n" + NoAddress);
     pending = {"lseek64", 1, ENXIO, 3};
     expect(-1, "ERROR: Idt_init(): No such device or address\n" + NoAddress);
 }
 
-TEST(ClockWriter, WriteThatFailsOrIsCutShortIsReported) {
+TEST(ClockWriter, FailedOrShortWriteIsReported) {
     const std::string failed = Identified + Error + "i2c write returned error ";
     unit::writeFile(Device, chip());
     unit::writeFile(ConfigFile, unit::repeat("1 ", 432));
     pending = {"lseek64", 2, ENXIO};
     expect(-1, failed + "No such device or address\n");
     std::signal(SIGXFSZ, SIG_IGN);
-    limit(RLIMIT_FSIZE, 220); // what is printed fits
+    limit(RLIMIT_FSIZE, 220); // enough for the output, but not for the chip
     expect(-1, failed + "Input/output error\n");
 }
 
-TEST(Tool, DispatchesItsOneFunction) {
+TEST(Tool, CallsTheNamedFunctionOrReportsAnUnknownOne) {
     const std::string tool = BSPTOOL;
     const std::string usage = "Usage: " + tool + " <function> [arguments]\n\n";
     const std::pair<std::vector<std::string>, std::string> calls[] = {

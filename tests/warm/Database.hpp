@@ -8,7 +8,7 @@
 
 namespace test {
 
-/// What WarmDatabase_getObjectData answers for an object.
+/// The results of WarmDatabase_getObjectData for an object.
 struct Object {
     explicit Object(const std::string& name, unsigned size = 64)
         : result(WarmDatabase_getObjectData(name.c_str(), &data, size, &sync, &created)) {}

@@ -1,4 +1,4 @@
-// Processes that die, in the middle of whatever they do: the others go on, and find whole objects.
+// Processes die in the middle of any operation. The others must go on, and find intact objects.
 #include "Database.hpp"
 #include "Process.hpp"
 #include "TolvTrace.h"
@@ -27,7 +27,7 @@
 
 namespace {
 
-// How many more allocations of this process succeed; below zero all do.
+// How many more allocations of this thread succeed; if negative, all do.
 constinit thread_local int allocationsLeft = -1;
 
 } // namespace
@@ -35,7 +35,7 @@ constinit thread_local int allocationsLeft = -1;
 extern "C" {
 void* __libc_malloc(std::size_t size); // NOLINT
 
-// In the C library's place.
+// Replaces the C library's function.
 BSP_EXPORT void* malloc(std::size_t size) {
     if (allocationsLeft == 0) {
         errno = ENOMEM;
@@ -51,7 +51,7 @@ namespace {
 using namespace test;
 using namespace std::chrono_literals;
 
-// Creates or retrieves, and finds or creates the objects "A" and "B", for ever.
+// Operates on the objects "A" and "B" in random order, for ever.
 [[noreturn]] void useObjects(unsigned seed) {
     for (std::minstd_rand random(seed);;) {
         const char* const name = random() % 2 == 0 ? "A" : "B";
@@ -63,7 +63,7 @@ using namespace std::chrono_literals;
     }
 }
 
-// But for the slot's, the objects are zeroes.
+// Expects only known objects, all of them zeroes except the slot's.
 void expectWholeObjects(std::string_view bytes) {
     const auto& area = *reinterpret_cast<const os::bsp::dtcm::WarmArea*>(bytes.data());
     EXPECT_EQ(bspinfo::problemOf(area), "");
@@ -76,14 +76,17 @@ void expectWholeObjects(std::string_view bytes) {
     }
 }
 
-// In which this process could have run: a busy machine's doing, not the layer's.
+// Returns how long this process waited for a processor, which a busy machine causes and not the
+// layer.
 std::chrono::nanoseconds timeWithoutProcessor() {
-    const std::string times = unit::readFile("/proc/self/schedstat") + " 0"; // or no such file
+    const std::string times =
+        unit::readFile("/proc/self/schedstat") + " 0"; // 0 if there is no such file
     return std::chrono::nanoseconds(std::stoll(times.substr(times.find(' '))));
 }
 
-// A new process works at once, on objects that are known, whole, there once and without a hole.
-// How often it has taken over the lock from somebody who died.
+// Expects that a new process works without delay, and that each object is known, intact and present
+// once, without a free block before it. Returns how often that process took over the lock of a dead
+// one.
 int expectSound() {
     const std::string log = logOf([] {
         alarm(30);
@@ -96,11 +99,11 @@ int expectSound() {
     return countOf(log, "taken over");
 }
 
-// An orderly exit, with four threads in the middle of something.
+// Prepares an orderly exit while four threads are in the middle of operations.
 void exitWithBusyThreads(unsigned seed, unsigned long microseconds) {
     TolvTrace_setLevel("Bsp.WarmDatabase", 0);
     alarm(10);
-    Object("A"); // which waits for what others have left
+    Object("A"); // takes over first whatever dead processes left
     for (unsigned thread = 0; thread < 4; ++thread) {
         std::thread(useObjects, 4 * seed + thread).detach();
     }
@@ -135,7 +138,7 @@ void useAndExit() {
 
 void nothing() {}
 
-#ifdef __x86_64__ // where a program can be stepped through
+#ifdef __x86_64__ // 32-bit ARM kernels have no PTRACE_SINGLESTEP
 
 std::string contentOf(const std::filesystem::path& folder) {
     std::string content;
@@ -145,7 +148,7 @@ std::string contentOf(const std::filesystem::path& folder) {
     return content;
 }
 
-// What all processes see of each other, but for most of the objects' data.
+// Returns the state that processes share, except most of the objects' data.
 std::string sharedState() {
     std::string state = contentOf("/dev/shm");
     std::string area = unit::readFile(unit::WarmArea);
@@ -170,7 +173,7 @@ void dieInside() {
     inChild([] { use<'B'>(), killSelf(); });
 }
 
-// A warm area of noise, with or without names.
+// Returns the warm area before a start: empty if warm, else noise, with free blocks if unknown.
 std::string areaAt(unit::Restart restart) {
     std::string area = restart == unit::Warm ? "" : unit::noise(32768);
     for (std::size_t block = 0; restart == unit::Unknown && block < 21; ++block) {
@@ -182,9 +185,9 @@ std::string areaAt(unit::Restart restart) {
 struct Operation {
     const char* name;
     unit::Restart restart;
-    void (*others)(); // do this before
-    void (*before)(); // the victim does this
-    void (*act)();    // it is killed while it does this
+    void (*others)(); // other processes do this first
+    void (*before)(); // then the victim does this
+    void (*act)();    // and is killed while it does this
 };
 
 constexpr Operation Operations[] = {
@@ -199,12 +202,12 @@ constexpr Operation Operations[] = {
     {"FirstSlotUse", unit::Warm, nothing, use<'B'>, call<Bsp_getSlotId>},
     {"GettingTheSlot", unit::Warm, nothing, call<Bsp_setSlotId, 1>, call<Bsp_getSlotId>},
     {"SettingTheSlot", unit::Warm, nothing, call<Bsp_setSlotId, 1>, call<Bsp_setSlotId, 3>},
-    {"ExitOfTheMaker", unit::Warm, nothing, use<'A'>, call<std::exit, 0>},
+    {"ExitOfTheCreator", unit::Warm, nothing, use<'A'>, call<std::exit, 0>},
     {"TakingOver", unit::Warm, dieWithTheLock, nothing, use<'A'>},
     {"TakingOverAnOrphan", unit::Warm, dieTakingTheLock, nothing, use<'A'>},
 };
 
-// A process that does an operation step by step, until it is killed.
+// A process that executes an operation step by step until it is killed.
 class Victim {
 public:
     explicit Victim(const Operation& operation)
@@ -218,7 +221,7 @@ public:
         waitpid(m_child.pid(), nullptr, 0);
     }
 
-    /// To its next stop of this kind; false when it has ended.
+    /// Runs it to its next stop of this kind; false if it has ended.
     bool go(__ptrace_request kind) const {
         int status = 0;
         ptrace(kind, m_child.pid(), nullptr, nullptr);
@@ -226,7 +229,7 @@ public:
         return WIFSTOPPED(status);
     }
 
-    /// Whether the step that has just been made was one.
+    /// Whether the last step was a system call.
     bool hasCalledTheSystem() const {
         const auto number = offsetof(user, regs.orig_rax);
         return ptrace(PTRACE_PEEKUSER, m_child.pid(), number, nullptr) >= 0;
@@ -236,7 +239,8 @@ private:
     Child m_child;
 };
 
-// After so many system calls, and so many instructions since the last of them.
+// A moment of an operation: the number of system calls so far, and of instructions since the last
+// one.
 struct Moment {
     int calls;
     int instructions;
@@ -266,14 +270,14 @@ protected:
     }
 };
 
-TEST_P(SteppedDeath, AtEveryStateOfWhatIsSharedStopsNobody) {
+TEST_P(SteppedDeath, AtEverySharedStateStopsNobody) {
     const std::vector<Moment> moments = momentsOfChange();
     ASSERT_GT(moments.size(), 1U);
     for (const Moment& moment : moments) {
         {
             const Victim victim = prepare();
             for (int i = 0; i < 2 * moment.calls; ++i) {
-                victim.go(PTRACE_SYSCALL); // to its begin, and to its end
+                victim.go(PTRACE_SYSCALL); // two stops per call: entry and exit
             }
             for (int i = 0; i < moment.instructions; ++i) {
                 victim.go(PTRACE_SINGLESTEP);
@@ -290,14 +294,14 @@ INSTANTIATE_TEST_SUITE_P(
 
 #endif
 
-// Runs to the point where it stops itself.
+// Waits until the child has stopped itself.
 void waitForStop(const Child& child) {
     siginfo_t state{};
     ASSERT_EQ(waitid(P_PID, static_cast<id_t>(child.pid()), &state, WSTOPPED | WNOWAIT), 0);
 }
 
-// How a process ends that does `then` when its semaphore has lost the name, and others have done
-// something before and after that.
+// Runs a process that holds a handle of a semaphore when its name is unlinked; it then runs `then`.
+// Other processes run `before` and `after` the unlinking. Returns how the process ended.
 Outcome onAnOlderSemaphore(
     const std::function<void()>& before, const std::function<void()>& after,
     const std::function<void()>& then) {
@@ -334,7 +338,7 @@ TEST(Death, WithAnOlderOrALaterSemaphoreStopsNobody) {
     }
 }
 
-TEST(Semaphore, ThatCannotBeOpenedAgainLeavesTheMutex) {
+TEST(Semaphore, FailureToReopenItIsReportedOnceAndTheMutexSuffices) {
     const Outcome old = onAnOlderSemaphore(nothing, useAndExit, [] {
         const rlimit none{};
         setrlimit(RLIMIT_NOFILE, &none);
@@ -347,12 +351,12 @@ TEST(Semaphore, ThatCannotBeOpenedAgainLeavesTheMutex) {
     expectSound();
 }
 
-// The C library's list of semaphores is locked in that moment.
+// While sem_open() runs, the C library's list of semaphores is locked, also in a child forked then.
 TEST(Semaphore, CanBeUsedByAChildForkedWhileAnotherThreadOpensIt) {
     unit::restart(unit::Warm, "");
     use<'A'>();
     std::thread([] {
-        while (true) { // the record names another one
+        while (true) { // the record gets the number of another semaphore, so this thread reopens
             std::fstream record(
                 "/dev/shm/DtcmRun", std::ios::in | std::ios::out | std::ios::binary);
             record.seekp(offsetof(os::bsp::dtcm::RunRecord, semaphore)).put(char{1}).flush();
@@ -364,8 +368,8 @@ TEST(Semaphore, CanBeUsedByAChildForkedWhileAnotherThreadOpensIt) {
     }
 }
 
-// Whatever memory runs out for in a first process, the next one finds a clean area.
-TEST(Death, OfMemoryInAFirstStart) {
+// Each allocation of a first process fails in turn; the next process must find a clean area.
+TEST(Death, ByLackOfMemoryInAFirstStartStopsNobody) {
     bool failed = true;
     for (int enough = 0; failed && !HasFailure(); ++enough) {
         unit::restart(unit::Cold, unit::noise(32768));
@@ -378,7 +382,7 @@ TEST(Death, OfMemoryInAFirstStart) {
     }
 }
 
-// scripts/soak asks for minutes of it, with more processes.
+// scripts/soak runs it for minutes, with more processes.
 TEST(Death, AtRandomMomentsLosesNothing) {
     const char* const minutes = std::getenv("BSP_SOAK_MINUTES");
     const auto end = std::chrono::steady_clock::now() +
@@ -398,7 +402,7 @@ TEST(Death, AtRandomMomentsLosesNothing) {
             victims.emplace_back([&] { useObjects(++kills); });
             ++kills;
         }
-        for (; !victims.empty(); victims.pop_front()) { // which kills it
+        for (; !victims.empty(); victims.pop_front()) { // the destructor kills the process
             std::this_thread::sleep_for(std::chrono::microseconds(random() % 1000));
         }
         const Outcome outcome = busy.wait();
@@ -409,7 +413,7 @@ TEST(Death, AtRandomMomentsLosesNothing) {
     std::printf("%u kills, %d take-overs\n", kills, takeOvers);
 }
 
-TEST(Death, OfAProcessWithBusyThreadsIsAnOrderlyExit) {
+TEST(Death, ByExitWithBusyThreadsIsOrderly) {
     unit::restart(unit::Warm, "");
     for (unsigned round = 0; round < 500; ++round) {
         const Outcome outcome = inChild([round] { exitWithBusyThreads(round, round * 7 % 2000); });

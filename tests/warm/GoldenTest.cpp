@@ -1,5 +1,5 @@
-// Warm memory as an earlier run left it, laid down byte by byte from the numbers of the layout:
-// none of the layer's own declarations of it are used here.
+// Warm memory as an earlier run left it. The tests build it byte by byte from the numbers of the
+// layout, without the layer's own declarations.
 #include "Database.hpp"
 #include "Process.hpp"
 #include "TolvTrace.h"
@@ -13,7 +13,7 @@ namespace {
 
 using namespace test;
 
-/// What depends on the size of a mutex: 24 bytes on the unit, 40 on a workstation.
+/// The numbers that depend on the size of a mutex: 24 bytes on the unit, 40 on a workstation.
 struct Numbers {
     std::size_t mutexSize;
     std::size_t mutexKind; // offset in the mutex
@@ -49,7 +49,8 @@ std::string slot(const char* idBytes) {
     return block("SLOT", object + freshMutex());
 }
 
-/// `blocks` at the start of an area of noise, in which all other blocks are marked as free.
+/// Returns an area that starts with `blocks`; the rest is noise, in which each block is marked
+/// free.
 std::string area(const std::string& blocks) {
     std::string bytes = blocks + unit::noise(32768 - blocks.size());
     for (std::size_t i = blocks.size(); i < 21 * BlockSize; i += BlockSize) {
@@ -84,8 +85,8 @@ TEST(Golden, AreaOfAnEarlierRunIsFoundAndExtended) {
     EXPECT_TRUE(unit::readFile(SyncArea) == freshSyncArea());
 }
 
-// Whatever size a creator that was killed has left, the next process finishes the sync area.
-TEST(Golden, ColdRestartLeavesTheSlotAloneInAnAreaOfZeroes) {
+// A killed creator may leave a sync area of any size; the next process finishes it.
+TEST(Golden, ColdRestartLeavesZeroesExceptForTheSlot) {
     for (const std::size_t size : {std::size_t{7}, Abi.syncAreaSize + 1, std::size_t{9999}}) {
         unit::restart(unit::Cold, unit::noise(32768));
         unit::writeFile(SyncArea, unit::noise(size));
@@ -93,7 +94,8 @@ TEST(Golden, ColdRestartLeavesTheSlotAloneInAnAreaOfZeroes) {
             EXPECT_EQ(Bsp_getSlotId(), -1);
             EXPECT_TRUE(unit::readFile(SyncArea) == freshSyncArea());
         });
-        EXPECT_FALSE(std::filesystem::exists(SyncArea)); // the process became its creator
+        EXPECT_FALSE(
+            std::filesystem::exists(SyncArea)); // that process became its creator, and unlinked it
         std::string wanted = slot("\xff\xff\xff\xff");
         wanted.resize(32768);
         EXPECT_TRUE(unit::readFile(unit::WarmArea) == wanted);
@@ -103,7 +105,8 @@ TEST(Golden, ColdRestartLeavesTheSlotAloneInAnAreaOfZeroes) {
 const std::string Retrieved =
     "5 WarmSlot(): The SLOT object was successfully retrieved from the warm database\n";
 
-// The object's creator may be killed, or overtaken, before it has initialised the object.
+// The area starts with an uninitialised SLOT object: its creator may be killed, or overtaken by
+// another process, before it initialises the object.
 TEST(Slot, IsSharedAndSurvivesAWarmRestartOnly) {
     TolvTrace_setLevel("bsp.networking", 6);
     unit::restart(unit::Warm, "SLOT");

@@ -41,14 +41,14 @@ protected:
     }
 };
 
-TEST_F(Objects, WhatFollowsANamesZeroDoesNotCount) {
+TEST_F(Objects, BytesBehindTheZeroOfANameAreIgnored) {
     const Object abc("abc");
     (&abc.as<char>())[-1] = 'd'; // the last byte of its name field
     EXPECT_FALSE(Object("abc").created);
     EXPECT_TRUE(Object("abcd").created && Object("ab").created);
 }
 
-TEST_F(Objects, CreatingAPresentOneClearsIt) {
+TEST_F(Objects, CreatingAnExistingObjectClearsIt) {
     TolvTrace_setLevel("Bsp.WarmDatabase", 5);
     void* data = nullptr;
     EXPECT_EQ(WarmDatabase_createObject("A", &data, 8), 0);
@@ -94,7 +94,7 @@ TEST_F(Objects, LimitsAreRefusedBeforeAnythingIsTouched) {
     EXPECT_TRUE(area() == before);
 }
 
-TEST_F(Objects, FailuresOfTheFlatInterface) {
+TEST_F(Objects, FlatInterfaceReportsFailures) {
     for (const char* name : {"sixteen bytes...", static_cast<const char*>(nullptr)}) {
         std::array<void*, 3> data = {&data, &data, &data};
         void* sync = &sync;
@@ -103,7 +103,7 @@ TEST_F(Objects, FailuresOfTheFlatInterface) {
         EXPECT_EQ(WarmDatabase_createObject(name, &data[1], 1), -1);
         EXPECT_EQ(Bsp_retrieveDtcmObject(name == nullptr ? "absent" : name, &data[2], 1), -1);
         EXPECT_EQ(data, (std::array<void*, 3>{}));
-        EXPECT_EQ(sync, static_cast<void*>(&sync)); // left alone
+        EXPECT_EQ(sync, static_cast<void*>(&sync)); // unchanged
         EXPECT_FALSE(created);
     }
     const std::string refusal = "1 validateObject(): Error: blockName sixteen bytes... with "
@@ -114,7 +114,7 @@ TEST_F(Objects, FailuresOfTheFlatInterface) {
         "1 WarmDatabase_createObject(): Undefined object name\n");
 }
 
-TEST_F(Objects, TwentySecondFindsNoSpace) {
+TEST_F(Objects, ThereIsNoRoomForATwentySecond) {
     fill();
     const std::string before = area();
     EXPECT_EQ(Object("object 22").data, nullptr);
@@ -144,7 +144,7 @@ TEST_F(Objects, ThreadsCreateEachNameOnce) {
     EXPECT_EQ(created, 21);
 }
 
-// Lines are begun while 46 bytes are left; the last one may be cut.
+// A line is written if at least 46 bytes are left; the last line may be cut short.
 TEST_F(Objects, InfoFillsABufferOfAnySize) {
     fill();
     char whole[1200];
@@ -167,7 +167,7 @@ TEST_F(Objects, InfoFillsABufferOfAnySize) {
     EXPECT_EQ(WarmDatabase_getInfo(nullptr, 1), -1);
 }
 
-// After a restart of unknown kind the area may hold anything, also a hole before used blocks.
+// After a restart of unknown type the area may hold anything, even a free block before used ones.
 TEST_F(Objects, NoiseIsReportedWithinItsFields) {
     std::string noise = unit::noise(32768);
     for (std::size_t block = 0; block < 21; ++block) {

@@ -27,7 +27,7 @@ std::atomic<int>& sharedCount() {
     return *static_cast<std::atomic<int>*>(memory);
 }
 
-// Until the other one is here, too.
+// Waits until `everybody` calls have been made, in all processes together.
 void meet(int everybody) {
     ++sharedCount();
     while (sharedCount() < everybody) {
@@ -47,7 +47,7 @@ TEST(Processes, RaceForFirstCreationHasOneWinner) {
                 const std::lock_guard lock(object.mutex());
                 ++object.as<int>();
             }
-            meet(4); // whoever created a name keeps it until both are through
+            meet(4); // a creator that exits earlier would unlink its shared objects
             EXPECT_EQ(object.as<int>(), 200);
         };
         Child beside(race);
@@ -60,7 +60,8 @@ TEST(Processes, RaceForFirstCreationHasOneWinner) {
     }
 }
 
-// Whether `operation` waits for a lock held here until it is given back, and then ends well.
+// Returns whether `operation` waits for a lock held here until `giveBack` releases it, and then
+// succeeds.
 bool waits(const std::function<void()>& operation, const std::function<void()>& giveBack) {
     sharedCount() = 0;
     Child child([&] {
@@ -112,7 +113,7 @@ TEST_F(Clients, OperationsWaitForAStoppedHolderThroughSignals) {
             operation();
         };
         Child holder([&] {
-            alarm(10); // or it waits for itself
+            alarm(10); // ends the process if it waits for itself
             database().lock();
             EXPECT_TRUE(database().createObject("B", &data, 1, false));
             EXPECT_TRUE(database().retrieveObject("B", &data, 1, false));
@@ -123,13 +124,13 @@ TEST_F(Clients, OperationsWaitForAStoppedHolderThroughSignals) {
         ASSERT_TRUE(waits(disturbed, [&] { kill(holder.pid(), SIGCONT); }))
             << &operation - operations;
         EXPECT_EQ(holder.wait().status, 0);
-        // A process that knows nothing but the semaphore is waited for as well.
+        // The operation also waits for a process that uses only the semaphore.
         ASSERT_EQ(sem_wait(m_semaphore), 0);
         EXPECT_TRUE(waits(disturbed, [&] { sem_post(m_semaphore); })) << &operation - operations;
     }
 }
 
-TEST_F(Clients, UnlockGivesBackOnlyWhatItsThreadHas) {
+TEST_F(Clients, UnlockReleasesOnlyALockOfItsOwnThread) {
     const auto value = [this] {
         int posts = 0;
         sem_getvalue(m_semaphore, &posts);
@@ -145,8 +146,8 @@ TEST_F(Clients, UnlockGivesBackOnlyWhatItsThreadHas) {
     EXPECT_EQ(value(), 1);
 }
 
-// The thread ends in order, and its last destructor can use the database.
-TEST_F(Clients, ACancelledThreadThatWaitsGivesBackWhatItHas) {
+// The thread unwinds normally, and its last destructor can use the database.
+TEST_F(Clients, ACancelledThreadThatWaitsReleasesItsLock) {
     struct Late {
         ~Late() { EXPECT_EQ(Object("late").result, 0); }
     };
@@ -164,8 +165,8 @@ TEST_F(Clients, ACancelledThreadThatWaitsGivesBackWhatItHas) {
     EXPECT_EQ(countOf(logOf([] { Object("B"); }), "taken over"), 0);
 }
 
-// Nobody reads what this process reports, so it waits for ever; the others do not. The slot's
-// object is looked at again with the lock.
+// The process logs to a full pipe, so it blocks; the others must not wait for it. Since its report
+// came after the lock was released, it must take the lock again before it initialises the slot.
 TEST_F(Clients, ReportsAreWrittenWithoutTheLock) {
     int unread[2];
     ASSERT_EQ(pipe2(unread, O_NONBLOCK), 0);
@@ -206,8 +207,8 @@ void expectRepair() {
     EXPECT_EQ(countOf(log, "[bsp.networking] 2 "), 1) << log;
 }
 
-// As a restart, or an owner that died, leaves it. Those who sleep on it as earlier programs do are
-// woken, too.
+// A restart or a dead owner leaves the mutex locked. Repairing it must also wake programs that
+// sleep in pthread_mutex_lock().
 TEST_F(Clients, SlotMutexThatLostItsOwnerIsReinitialised) {
     Bsp_setSlotId(1);
     ASSERT_EQ(pthread_mutex_lock(slotMutex()), 0);
@@ -228,7 +229,7 @@ TEST_F(Clients, SlotMutexOfNoiseIsReinitialised) {
     }
 }
 
-TEST(Processes, StartWaitsForWhoeverMakesTheSyncArea) {
+TEST(Processes, StartWaitsForTheCreatorOfTheSyncArea) {
     unit::restart(unit::Warm, "");
     const int unfinished = open("/dev/shm/DtcmSync", O_CREAT | O_RDWR, 0666);
     flock(unfinished, LOCK_SH);

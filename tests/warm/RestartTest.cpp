@@ -26,7 +26,7 @@ namespace {
 
 using namespace test;
 
-void (*asked)() = nullptr; // before the cause of the last restart is
+void (*asked)() = nullptr; // called before the layer's getResetType()
 std::atomic<bool> inStart = false;
 bool failingOpens = false;
 std::function<void()> whileDetermined;
@@ -78,7 +78,7 @@ std::string start(const std::function<void()>& body = [] {}) {
     });
 }
 
-TEST(Startup, OnlyAColdRestartClearsTheAreaOnceInASystemRun) {
+TEST(Startup, OtherRestartsThanAColdOneKeepTheArea) {
     const std::string area = unit::noise(32768);
     for (const auto cause : {unit::Warm, unit::Watchdog, unit::Unknown}) {
         unit::restart(cause, area);
@@ -87,9 +87,9 @@ TEST(Startup, OnlyAColdRestartClearsTheAreaOnceInASystemRun) {
     }
 }
 
-// It creates the lock, but its private area is not the unit's.
+// That process creates the lock, but has only a private area to clear.
 TEST(Startup, AFirstProcessWithoutTheDeviceLeavesTheColdRestartPending) {
-    for (const int fate : {0, SIGCONT, SIGKILL}) { // it lives on, exits, is killed
+    for (const int fate : {0, SIGCONT, SIGKILL}) { // it stays, exits, or is killed
         unit::restart(unit::Cold, unit::noise(32768));
         std::filesystem::rename(unit::WarmArea, "/tmp/area");
         Child first([] { database(), raise(SIGSTOP); });
@@ -122,7 +122,7 @@ TEST(Startup, AFirstProcessWithoutTheSemaphoreHandlesTheColdRestart) {
     EXPECT_EQ(first.wait().status, 0);
 }
 
-TEST(Startup, AChildForkedWhileAnotherThreadIsInItStartsItself) {
+TEST(Startup, AChildForkedDuringTheStartOfAnotherThreadCanStartItself) {
     unit::restart(unit::Warm, "");
     asked = [] {
         inStart = true;
@@ -140,14 +140,14 @@ TEST(Startup, AChildForkedWhileAnotherThreadIsInItStartsItself) {
     EXPECT_EQ(child.status, 0) << child.err;
 }
 
-TEST(Startup, NamesGoWithTheProcessThatMadeThem) {
+TEST(Startup, OnlyTheCreatorUnlinksTheSharedObjects) {
     const auto bothThere = [] {
         return std::filesystem::exists(SemaphoreFile) && std::filesystem::exists(SyncFile);
     };
     unit::restart(unit::Warm, "");
     umask(0);
     start([&] {
-        logOf([] { Object("A"); }); // forked, then exits
+        logOf([] { Object("A"); }); // a forked child must not unlink them at its exit
         EXPECT_TRUE(bothThere());
         for (const auto& shared : std::filesystem::directory_iterator("/dev/shm")) {
             EXPECT_EQ(shared.status().permissions(), std::filesystem::perms{0666}) << shared;
@@ -158,7 +158,7 @@ TEST(Startup, NamesGoWithTheProcessThatMadeThem) {
     unit::writeFile(SyncFile, std::string(SyncAreaSize, '\0'));
     EXPECT_EQ(countOf(start(), "restart"), 0);
     EXPECT_TRUE(bothThere());
-    EXPECT_EQ(unit::readFile(SyncFile), std::string(SyncAreaSize, '\0')); // left as it was
+    EXPECT_EQ(unit::readFile(SyncFile), std::string(SyncAreaSize, '\0')); // not initialised again
 }
 
 void mountShm(unsigned long flags, const char* options) {
@@ -199,7 +199,7 @@ const Fault Faults[] = {
          unit::writeFile("/dev/shm/filler", std::string(4096, 'x'));
      },
      noneOf("No space left on device\n")},
-    {[] { // a lock that exists can be opened also where none could be created
+    {[] { // a full tmpfs, on which an existing semaphore can be opened but no other be created
          mountShm(0, "size=8k,nr_inodes=100");
          sem_close(sem_open("/DtcmDbSharedSem", O_CREAT | O_EXCL, 0666, 1));
          unit::writeFile("/dev/shm/filler", std::string(4096, 'x'));
@@ -231,7 +231,7 @@ const Fault Faults[] = {
      "1 lock(): error in sem_wait error: Invalid argument\n"},
 };
 
-// Objects still work inside the process, no lock stays taken, and it ends in order.
+// Objects still work inside the process, no lock stays held, and the process exits normally.
 TEST(Startup, FaultsAreReportedAndBypassed) {
     for (const Fault& fault : Faults) {
         SCOPED_TRACE(&fault - Faults);
@@ -243,7 +243,7 @@ TEST(Startup, FaultsAreReportedAndBypassed) {
             const std::lock_guard lock(object.mutex());
             object.as<int>() = 5;
             EXPECT_EQ(Object("A").as<int>(), 5);
-            limit(RLIMIT_NOFILE, 100); // sanitizers need some to end in order
+            limit(RLIMIT_NOFILE, 100); // sanitizers need descriptors at exit
         });
         umount2("/dev/shm", MNT_DETACH);
         mountShm(0, nullptr);
@@ -260,7 +260,7 @@ std::string lastReset() {
     return os::bsp::resetTypeToString(os::bsp::getResetType());
 }
 
-TEST(ResetType, IsToldByTheRegisterOrByTheMarkerFile) {
+TEST(ResetType, ComesFromTheRegisterOrTheMarkerFile) {
     const std::tuple<unit::Code, std::string, bool, const char*> restarts[] = {
         {RegisterUnit, {"\0\0\0\0\2", 5}, false, "Cold 0"},
         {RegisterUnit, {"\1\0\0\0", 4}, true, "Warm 1"},
@@ -283,10 +283,10 @@ TEST(ResetType, IsToldByTheRegisterOrByTheMarkerFile) {
     }
 }
 
-TEST(ResetType, UnknownIsTriedAgainAndAnAnswerKept) {
+TEST(ResetType, UnknownIsReadAgainAndAnyOtherAnswerIsKept) {
     unit::writeEeprom(RegisterUnit);
     EXPECT_EQ(lastReset(), "Unknown");        // no device
-    for (const std::size_t size : {1U, 4U}) { // of which the first cannot be read
+    for (const std::size_t size : {1U, 4U}) { // a word of one byte cannot be read
         unit::writeFile(Register, {"\3\0\0\0", size});
         EXPECT_EQ(lastReset(), "Unknown");
     }

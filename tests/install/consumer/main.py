@@ -10,7 +10,7 @@ with starts.lock() as data:
     data[4] += 1
 print(bsp.product_id(), bsp.slot_id(), *bsp.SwitchType, bsp.kernel_r_state("/boot/zImage"), *data)
 
-# The module refuses arguments that ctypes would convert to another value, before it calls the library.
+# The module refuses arguments that would reach the library as other values, before it calls the library.
 refused: list[tuple[type[Exception], Callable[..., object], tuple[Any, ...]]] = [
     *((ValueError, bsp.WarmObject, ("A", size)) for size in (-1, 1521, 2**32 + 8)),
     *((ValueError, bsp.WarmObject, (name, 8)) for name in ("", "SLOT\0X", "Grüße an alle!")),
