@@ -1,18 +1,18 @@
 /// The flat interface of the board-support layer: valid C11 and C++17.
 ///
 /// Conventions, for every function here:
-/// - It may be called first, from any thread; what it needs is set up by the first call.
+/// - Any thread may call it, also as the first call into the layer: that sets up what it needs.
 /// - A text that it returns is constant data that lives as long as the process; never free it.
-/// - Hardware that the layer does not know is not an error. It gives the enumeration's "EndOfList"
-///   value (Vocabulary.h), or a fallback where the function says so, and level-1 messages on the
-///   trace "bsp.core".
-/// - Queries of hardware and configuration throw std::system_error, which ends a C program, when a
-///   value in the configuration store cannot be read, or a lock cannot be taken.
-/// - It may be preempted by a definition of the same name in front of the layer's library. The
-///   layer itself then uses another Bsp_getQorHwVariant, Bsp_getBoardIdText or
-///   Bsp_getLatestBoardIdText, in the Bsp_*Dtcm* functions another WarmDatabase_* function, and
-///   otherwise calls the functions of os::bsp. A board is brought up that way before its EEPROM is
-///   written. The tool contains the layer and cannot be preempted.
+/// - For hardware that the layer does not know, it returns the enumeration's "EndOfList" value
+///   (Vocabulary.h), or a fallback if its comment names one, and logs level-1 messages on the trace
+///   "bsp.core".
+/// - A query of hardware or configuration throws std::system_error, which ends a C program, if a
+///   value in the configuration store cannot be read or a lock cannot be taken.
+/// - A program may preempt it with a definition of the same name in front of the layer's library,
+///   for example to bring up a board before its EEPROM is written. The layer itself then calls that
+///   definition of Bsp_getQorHwVariant, Bsp_getBoardIdText and Bsp_getLatestBoardIdText; its
+///   Bsp_*Dtcm* functions call that definition of a WarmDatabase_* function. Otherwise it calls the
+///   functions of os::bsp. The tool contains the layer and cannot be preempted.
 #ifndef BSP_BSP_H
 #define BSP_BSP_H
 
@@ -47,7 +47,7 @@ struct Bsp_HwVariantRow {
     int32_t hwCode[8];
 };
 
-/// To a C++ program it is the platform's own type, complete once the program includes the
+/// For a C++ program this is the platform's own type. It is complete once the program includes the
 /// platform's "HwVariant.hpp", which is in the package that bsp-dev needs, and in every SDK.
 #ifdef __cplusplus
 using Bsp_HwVariant = os::bsp::QorHwVariant;
@@ -55,17 +55,17 @@ using Bsp_HwVariant = os::bsp::QorHwVariant;
 typedef struct Bsp_HwVariantRow Bsp_HwVariant;
 #endif
 
-/// The row of the platform's table whose hardware code is the unit's own, or the first row when
-/// there is none. Never null; valid as long as the process. Like the other queries of hardware,
-/// but that of the switch type, it reads the unit's EEPROM when it is the first to ask, once per
+/// The row of the platform's table whose hardware code is the unit's own, or the first row if there
+/// is none. Never null; valid as long as the process lives. Like every other query of hardware,
+/// except that of the switch type, it reads the unit's EEPROM if it is the first one in the
 /// process.
 BSP_EXPORT const Bsp_HwVariant* Bsp_getQorHwVariant(void);
 
 /// The unit's product, a Bsp_ProductId value.
 BSP_EXPORT int Bsp_getProductId(void);
 
-/// The revision of the unit's board, a Bsp_HwRevision value; passed on as the platform's table has
-/// it, without a range test.
+/// The revision of the unit's board, a Bsp_HwRevision value. The layer passes on the number in the
+/// platform's table without a range check.
 BSP_EXPORT int Bsp_getHwRevision(void);
 
 /// Product in the upper 16 bits, hardware revision in the lower 16 bits.
@@ -77,33 +77,45 @@ BSP_EXPORT const char* Bsp_getBoardIdText(void);
 /// The name of the newest listed revision of this unit's product, or "Unknown board revision".
 BSP_EXPORT const char* Bsp_getLatestBoardIdText(void);
 
-/// The unit's generation and its backplanes: Bsp_PlatformType, Bsp_TrafficBackplaneType and
-/// Bsp_ControlBackplaneType values.
+/// The unit's generation, a Bsp_PlatformType value.
 BSP_EXPORT int Bsp_getPlatformType(void);
+
+/// What carries traffic between the boards, a Bsp_TrafficBackplaneType value.
 BSP_EXPORT int Bsp_getTrafficBackplane(void);
+
+/// What carries control between the boards, a Bsp_ControlBackplaneType value.
 BSP_EXPORT int Bsp_getControlBackplane(void);
 
-/// The unit's components: Bsp_DspType, Bsp_TrafFpgaType and Bsp_SwitchType values. The traffic FPGA
-/// may take a look at the unit's configuration store, at every call.
+/// The modem chip, a Bsp_DspType value.
 BSP_EXPORT int Bsp_getDspType(void);
+
+/// The traffic FPGA, a Bsp_TrafFpgaType value. On boards with FPGA variants, every call reads the
+/// unit's configuration store.
 BSP_EXPORT int Bsp_getTrafFpgaType(void);
+
+/// The switch chip, a Bsp_SwitchType value.
 BSP_EXPORT int Bsp_getSwitchType(void);
 
-/// The number of traffic channels and of radio links, 1 or 2 each.
+/// The number of traffic channels, 1 or 2.
 BSP_EXPORT unsigned Bsp_getNumberOfChannels(void);
+
+/// The number of radio links, 1 or 2.
 BSP_EXPORT unsigned Bsp_getNumberOfRlt(void);
 
 /// The radio-link mode, a Bsp_RadiolinkMode value, as the unit's configuration store had it at the
 /// first call in this process.
 BSP_EXPORT int Bsp_getRadiolinkMode(void);
 
-/// Store or remove the radio-link mode, for processes that ask later. 0, or -1 when the store did
-/// not, or when the mode is neither Rl4 nor Rl5.
+/// Stores the radio-link mode. Processes that have already read it keep their value. Returns 0, or
+/// -1 if the store refuses it or if the mode is neither Rl4 nor Rl5.
 BSP_EXPORT int Bsp_setRadiolinkMode(RadiolinkMode mode);
+
+/// Removes the radio-link mode from the store, which then means Rl4. Processes that have already
+/// read it keep their value. Returns 0, also if no mode was stored, or -1 if the store refuses.
 BSP_EXPORT int Bsp_clearRadiolinkMode(void);
 
-/// The path of an FPGA's image, relative to the directory where images are kept; `key` is the
-/// FPGA's code name in lower case, or "pci", and must not be null. Null for any other key.
+/// The path of an FPGA's image, relative to the directory of images. `key` is the FPGA's code name
+/// in lower case, or "pci", and must not be null. Null for any other key.
 BSP_EXPORT const char* Bsp_getFpgaPath(const char* key) BSP_NONNULL(1);
 
 /// One board: its id and its name, NUL-terminated and padded with NUL bytes.
@@ -118,98 +130,112 @@ enum { Bsp_boardIdMapSize = 19 };
 BSP_EXPORT extern const struct Bsp_BoardIdRow Bsp_boardIdMap[Bsp_boardIdMapSize];
 
 /// The cause of the last restart, a Bsp_ResetType value. Where it comes from depends on the unit:
-/// - platform Qor4: the first register of the device "top.sys_ctrl0", whose word is passed on
-///   without a range test. Bsp_ResetType_Unknown when the device is missing or cannot be read.
-/// - otherwise product TK8851_4: Bsp_ResetType_Cold when the file "/tmp/restart_cold" exists, else
+/// - platform Qor4: the first register of the device "top.sys_ctrl0". The layer passes on its word
+///   without a range check. Bsp_ResetType_Unknown if the device is missing or cannot be read.
+/// - otherwise product TK8851_4: Bsp_ResetType_Cold if the file "/tmp/restart_cold" exists, else
 ///   Bsp_ResetType_Warm.
 /// - any other unit: Bsp_ResetType_Cold.
 ///
-/// The first answer other than Unknown is kept until the process ends; after Unknown the next call
-/// looks again.
+/// The process keeps its first answer other than Unknown; after Unknown, the next call looks again.
 BSP_EXPORT int Bsp_getResetType(void);
 
-/// Programs the clock-synchroniser chip behind "/dev/idt" from "/etc/idt_<board name>.conf":
-/// hexadecimal numbers separated by white space, the low 8 bits of each going to one register, from
-/// register 8 on, at most 216. Progress and errors go to standard output, in lines that begin with
-/// "NOTICE: " or "ERROR: ". Returns 0, also when the board has no such file (the chip then
-/// keeps what it has), or -1. The chip's registers are written only after the whole file has been
-/// read without an error and the chip has answered. One call at a time: the chip has no lock.
+/// Programs the clock-synchroniser chip behind "/dev/idt" from "/etc/idt_<board name>.conf". The
+/// file contains hexadecimal numbers separated by white space. The low 8 bits of each go to one
+/// register, from register 8 on, at most 216. Progress and errors go to standard output, in lines
+/// that begin with "NOTICE: " or "ERROR: ".
+///
+/// Returns 0, or -1 on an error. If the board has no such file, it returns 0 and the chip keeps
+/// what it has. It writes the chip's registers only after it has read the whole file without an
+/// error and the chip has answered. Make one call at a time: the chip has no lock.
 BSP_EXPORT int Idt_writeConfig(void);
 
-/// Reads the R-state of the kernel image `fileName`, the fourth part of the release in its version
-/// banner ("Linux version 4.9.0.R2A05" has R2A05), into `buffer`: at most 7 letters and digits and
-/// a zero; `size` is at least 8. The kernel is compressed with gzip, and that archive, the first in
-/// the image, begins within the first 64 KiB.
+/// Reads the R-state of the kernel image `fileName` into `buffer`: the fourth part of the release
+/// in the kernel's version banner ("Linux version 4.9.0.R2A05" has R2A05), at most 7 letters and
+/// digits and a zero. `size` is at least 8. The kernel is compressed with gzip, and its archive is
+/// the first one in the image and begins within the first 64 KiB.
 ///
-/// Returns 0 when there is a banner, also one without a fourth part, which leaves the buffer alone:
-/// initialise it. Or returns -1, the buffer untouched and the reason on the trace "bsp.core": at
-/// level 4 when the image is cut short, otherwise at level 1.
+/// Returns 0 if there is a banner. If the banner has no fourth part, the buffer stays as it was, so
+/// initialise it. Otherwise returns -1, with the buffer untouched and the reason on the trace
+/// "bsp.core": at level 4 if the image is cut short, else at level 1.
 ///
-/// "/dev/shm" must have room for the inflated kernel during the call. It is in "zImage_tmp" there,
-/// a name that is removed as soon as the file is open; calls may overlap, also those of different
+/// "/dev/shm" must have room for the inflated kernel during the call. The call creates the file
+/// "zImage_tmp" there and removes the name at once, so calls may overlap, also those of different
 /// users.
 BSP_EXPORT int Bsp_getKernelRState(const char* fileName, char* buffer, size_t size);
 
-/// Reads what the boot loader's image says behind "Product number: " and "R-state: " into the
-/// buffers, each of at least 1 byte: the text up to the end of the line or the first zero byte, cut
-/// to fit, with a zero; "Not found" where the label is missing. Each label counts where it occurs
-/// first. Returns 0, or -1, both buffers untouched and the reason on the trace "bsp.core", when the
-/// image cannot be read. Needs memory for the whole image during the call; calls may overlap.
+/// Reads the texts that follow "Product number: " and "R-state: " in the boot loader's image into
+/// the buffers, each of at least 1 byte. A text ends at the end of its line or at the first zero
+/// byte; it is cut to fit and gets a terminating zero. The first occurrence of a label counts; "Not
+/// found" stands for a label that is missing.
+///
+/// Returns 0, or -1 if the image cannot be read, with both buffers untouched and the reason on the
+/// trace "bsp.core". The call needs memory for the whole image. Calls may overlap.
 BSP_EXPORT int Bsp_getUbootProductInfo(
     const char* deviceName, char* productNumber, size_t productNumberSize, char* rState,
     size_t rStateSize);
 
 /// The warm database: up to 21 objects of at most 1520 bytes, named by 1 to 15 bytes, in memory
-/// that survives a warm restart and is shared by all processes of the unit. Functions return 0, or
-/// -1 with a message on the trace "Bsp.WarmDatabase" where something is wrong; `*data` is null
-/// then. Out-parameters must not be null. Data belong to the warm area, are aligned to 16 bytes and
-/// valid as long as the process; the clients of one name agree on its size and format by
-/// themselves, and protect it with the sync object.
+/// that survives a warm restart and that all processes of the unit share.
 ///
-/// A mutex inside an object may only be tried, with pthread_mutex_trylock(), again and again, as
-/// the slot id does: where the area is a device's memory, no thread can sleep on it, and the C
-/// library ends the process that tries to.
+/// The functions return 0, or -1 with `*data` null; if something is wrong, they log it on the trace
+/// "Bsp.WarmDatabase". Out-parameters must not be null. The data belong to the warm area, are
+/// aligned to 16 bytes and stay valid as long as the process lives. The clients of one name must
+/// agree on its size and format, and must lock the sync object while they use the data.
 ///
-/// A call waits for the database lock. A holder that dies is succeeded by whoever waits.
+/// Lock a mutex inside an object only by repeated pthread_mutex_trylock(), as the slot id does: if
+/// the area is a device's memory, no thread can sleep on the mutex, and the C library ends a
+/// process that tries to.
+///
+/// A call waits for the database lock. If the holder dies, the next process that waits takes the
+/// lock over.
 
-/// Creates an object of zeroes; the data of one that is there by this name are lost.
+/// Creates an object of zeroes. If an object has this name already, its data are lost.
 BSP_EXPORT int WarmDatabase_createObject(const char* blockName, void** data, unsigned objectSize)
     BSP_NONNULL(2);
 
-/// Finds an object.
+/// Finds an object. Returns -1 with `*data` null, and logs nothing, if no object has this name.
 BSP_EXPORT int WarmDatabase_retrieveObject(const char* blockName, void** data, unsigned objectSize)
     BSP_NONNULL(2);
 
-/// Finds an object, or else creates it, full of zeroes. Of all who ask for a name at once, one gets
-/// `*created` true, which tells who made it and not that anybody has filled it: another process may
-/// read the object before its creator has, and a creator that dies leaves the zeroes to everybody.
-/// So whoever gets the object looks, with the sync object locked, whether a marker in it says that
-/// it is filled, and else fills it, the marker last: see examples/warm-object.c.
+/// Finds an object, or else creates it, full of zeroes. If several callers ask for a name at once,
+/// one of them gets `*created` true. That says who created the object, not that it is filled:
+/// another process may read the object before its creator has filled it, and a creator that dies
+/// leaves the zeroes to all others. So every client locks the sync object and looks for a marker in
+/// the object. If there is none, the client fills the object and writes the marker last: see
+/// examples/warm-object.c.
 ///
 /// `*syncObject` receives the address of the block's pthread_mutex_t, which is shared between
-/// processes; on failure it is left alone.
+/// processes; on failure it stays as it was.
 BSP_EXPORT int WarmDatabase_getObjectData(
     const char* blockName, void** data, unsigned objectSize, void** syncObject, bool* created)
     BSP_NONNULL(2, 4, 5);
 
-/// Writes a summary of the used blocks, never more than `size` bytes with the terminating zero: no
-/// line is begun with fewer than 46 bytes left, and the last one may be cut; 1,100 bytes hold
-/// everything. Takes no lock. -1 for a null buffer with a size above 0.
+/// Writes a summary of the used blocks, never more than `size` bytes with the terminating zero: it
+/// begins no line with fewer than 46 bytes left, and may cut the last line; 1,100 bytes hold
+/// everything. Takes no lock. A null buffer with a size above 0 gives -1, unlike in the member
+/// os::bsp::dtcm::WarmDatabase::getInfo(), which returns 0.
 BSP_EXPORT int WarmDatabase_getInfo(char* buffer, unsigned size);
 
-/// The same functions under other names.
+/// Calls WarmDatabase_createObject().
 BSP_EXPORT int Bsp_createDtcmObject(const char* blockName, void** data, unsigned objectSize)
     BSP_NONNULL(2);
+
+/// Calls WarmDatabase_retrieveObject().
 BSP_EXPORT int Bsp_retrieveDtcmObject(const char* blockName, void** data, unsigned objectSize)
     BSP_NONNULL(2);
+
+/// Calls WarmDatabase_getObjectData().
 BSP_EXPORT int Bsp_getDtcmObjectData(
     const char* blockName, void** data, unsigned objectSize, void** syncObject, bool* created)
     BSP_NONNULL(2, 4, 5);
 
-/// The unit's slot id, which survives a warm restart; -1 when it is not set, as after a cold
-/// restart, or when the warm database cannot supply it. Setting it then has no effect.
-/// Both throw std::system_error, which ends a C program, when the slot's mutex cannot be locked.
+/// The unit's slot id, which survives a warm restart; -1 if it is not set, as after a cold restart,
+/// or if the warm database cannot supply it. Throws std::system_error, which ends a C program, if
+/// the slot's mutex cannot be locked.
 BSP_EXPORT int Bsp_getSlotId(void);
+
+/// Sets the slot id; has no effect if the warm database cannot supply it. Throws as
+/// Bsp_getSlotId().
 BSP_EXPORT void Bsp_setSlotId(int slotId);
 
 #ifdef __cplusplus

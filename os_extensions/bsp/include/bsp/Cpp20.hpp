@@ -1,4 +1,4 @@
-/// What every header of the C++ interface begins with.
+/// Included first by every header of the C++ interface.
 #pragma once
 
 #if __cplusplus < 202002L

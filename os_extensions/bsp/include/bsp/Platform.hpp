@@ -1,11 +1,13 @@
 /// The unit's generation, and how its boards are connected.
 ///
-/// Every function here maps a word of the unit's hardware code, and the word is a byte of the
-/// unit's EEPROM. The first query of hardware in a process reads the EEPROM, once; later ones cost
-/// a look into a table. A code that stands for nothing gives EndOfList and a level-1 message, at
-/// every call; the message quotes that word of the platform's variant row, which is the unit's own
-/// word only where the row matches the unit. May be called from any thread; one that calls during
-/// the first query waits for it. Throws std::system_error when a lock cannot be taken for that.
+/// Every function here maps one word of the unit's hardware code, which is a byte of the unit's
+/// EEPROM. The first query of hardware in a process reads the EEPROM; later ones only look up a
+/// table. For a code that stands for nothing, every call returns EndOfList and logs a level-1
+/// message. The message quotes the word of the platform's variant row, which is the unit's own word
+/// only if the row matches the unit.
+///
+/// May be called from any thread; a call during the first query waits for it. Throws
+/// std::system_error if it cannot take a lock for that.
 #pragma once
 
 #include "bsp/Vocabulary.hpp"

@@ -1,7 +1,8 @@
 /// The unit's radio-link mode: a setting in the unit's configuration store, which outlasts
 /// restarts.
 ///
-/// Every function here may be called from any thread; the store orders what processes do at once.
+/// Every function here may be called from any thread; the store orders simultaneous accesses by
+/// several processes.
 #pragma once
 
 #include "bsp/Vocabulary.hpp"
@@ -9,19 +10,19 @@
 
 namespace os::bsp {
 
-/// The mode that the store had at the first call in this process: Rl5 when it said so, Rl4 in every
-/// other case. The store is read once; callers that come meanwhile wait. What the store throws
-/// (std::system_error when the value is there and cannot be read) reaches the caller, and the next
-/// call reads again. Throws std::system_error when a lock cannot be taken.
+/// The mode that the store had at the first call in this process: Rl5 if it said so, Rl4 in every
+/// other case. Only the first call reads the store; calls during it wait. If the store throws
+/// (std::system_error if the value exists and cannot be read), the exception reaches the caller,
+/// and the next call reads again. Throws std::system_error if a lock cannot be taken.
 BSP_EXPORT RadiolinkMode getRadiolinkMode();
 
-/// Stores the mode. A process whose getRadiolinkMode() has answered, this one too, goes on with its
-/// answer; the others see the new one. False when the store refuses it; also, with a level-1
-/// message and the store left alone, when it is neither Rl4 nor Rl5.
+/// Stores the mode. Processes that have already read it, this one included, keep their value; the
+/// others see the new one. False if the store refuses it. Also false, with a level-1 message and
+/// the store untouched, if the mode is neither Rl4 nor Rl5.
 BSP_EXPORT bool setRadiolinkMode(RadiolinkMode mode);
 
-/// Removes the mode from the store, which then stands for Rl4; who has asked already goes on as
-/// above. True also when there was none, false when the store refuses.
+/// Removes the mode from the store, which then means Rl4. Processes that have already read it keep
+/// their value. True also if there was none; false if the store refuses.
 BSP_EXPORT bool clearRadiolinkMode();
 
 } // namespace os::bsp

@@ -9,14 +9,14 @@
 namespace os::bsp {
 
 /// The cause of the last restart. Where it comes from depends on the unit:
-/// - platform Qor4: the first register of the device "top.sys_ctrl0". Its word is passed on, and
-///   may be no value of ResetType. Unknown when there is no such device, or it cannot be read.
-/// - otherwise product TK8851_4: Cold when the file "/tmp/restart_cold" is there, else Warm.
+/// - platform Qor4: the first register of the device "top.sys_ctrl0". The layer passes on its word,
+///   which may be no value of ResetType. Unknown if the device is missing or cannot be read.
+/// - otherwise product TK8851_4: Cold if the file "/tmp/restart_cold" exists, else Warm.
 /// - any other unit: Cold.
 ///
-/// The first answer but Unknown is kept as long as the process; after Unknown the next call looks
-/// again. May be called from any thread. No lock orders callers that come first at once: they look
-/// each for themselves, and one answer is kept for all. Throws what getPlatformType() throws, and
+/// The process keeps its first answer other than Unknown; after Unknown, the next call looks again.
+/// May be called from any thread. No lock orders simultaneous first calls: each of them looks, and
+/// all return the same one of their answers. Throws what getPlatformType() throws, and
 /// std::bad_alloc.
 BSP_EXPORT ResetType getResetType();
 

@@ -1,8 +1,8 @@
 /// The hardware vocabulary for C11 and C++17: every value of the layer's enumerations, and the
-/// names by value. C++20 programs also have Vocabulary.hpp, which is made from the same lists.
+/// names by value. C++20 programs also have Vocabulary.hpp, which uses the same lists.
 ///
-/// Values run from 0 without gaps. The value behind the last one, called "EndOfList", is what a
-/// query answers for hardware that it does not know; it is never a valid value.
+/// Values run from 0 without gaps. The value after the last one, "EndOfList", is what a query
+/// returns for hardware that it does not know. It is never a valid value.
 #ifndef BSP_VOCABULARY_H
 #define BSP_VOCABULARY_H
 
@@ -128,7 +128,7 @@
     ENUMERATION(PlatformType,         platformType,         BSP_PLATFORM_TYPE_LIST)           \
     ENUMERATION(ResetType,            resetType,            BSP_RESET_TYPE_LIST)
 
-// What an enumerator of each is called.
+// The names of the enumerators.
 #define BSP_ENUMERATOR_ProductId(value, name)            Bsp_ProductId_##name            = (value),
 #define BSP_ENUMERATOR_HwRevision(value, name)           Bsp_HwRevision_##name           = (value),
 #define BSP_ENUMERATOR_SwitchType(value, name)           Bsp_SwitchType_##name           = (value),

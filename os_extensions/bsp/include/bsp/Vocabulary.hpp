@@ -1,5 +1,5 @@
 /// The hardware vocabulary in C++: ten enumerations, a name table for each, and the lookup of a
-/// name. Values and names stand in Vocabulary.h.
+/// name. Values and names are in Vocabulary.h.
 ///
 ///     std::string name = os::bsp::lookupName(os::bsp::productIdNames(), productId);
 #pragma once
@@ -15,7 +15,7 @@
 
 #define BSP_ENUMERATOR(value, name) name = (value),
 
-/// How many radio links the unit drives. At global scope, as the flat interface takes it.
+/// How many radio links the unit drives. At global scope because the flat interface uses it.
 enum class RadiolinkMode : std::int32_t { BSP_RADIOLINK_MODE_LIST(BSP_ENUMERATOR) };
 
 namespace os::bsp {
@@ -39,15 +39,16 @@ struct EnumName {
 /// Rows in ascending order of value; the last one is "EndOfList".
 using NameTable = std::span<const EnumName>;
 
-/// One function an enumeration: productIdNames(), hwRevisionNames(), ... The table is the layer's
-/// own and the only one in the process: read-only, there before main, until the process ends. May
-/// be called from any thread, also by a static constructor; never fails.
+/// One function for each enumeration: productIdNames(), hwRevisionNames(), ... The process has one
+/// read-only table for each, in the layer. It exists before main and until the process ends. May be
+/// called from any thread, also by a static constructor; never fails.
 #define BSP_NAME_TABLE(type, stem, LIST) BSP_EXPORT NameTable stem##Names();
 BSP_ENUMERATIONS(BSP_NAME_TABLE)
 #undef BSP_NAME_TABLE
 
 /// A copy of the name of `value` in `table`, "EndOfList" for a value that is not in it. May be
-/// called from any thread; never fails, as no name is long enough to need memory.
+/// called from any thread; never fails, because every name fits into a std::string without an
+/// allocation.
 inline std::string lookupName(NameTable table, std::int32_t value) {
     for (const EnumName& row : table.first(table.size() - 1)) {
         if (row.value == value) {

@@ -7,18 +7,18 @@
 namespace os::bsp {
 
 /// One integer that survives a warm restart and is -1, not set, after a cold one. Any thread of any
-/// process may get and set it. An instance that could not obtain its object from the warm database
-/// (a level-1 message on the trace "bsp.networking") stays invalid.
+/// process may get and set it. If an instance cannot obtain its object from the warm database, it
+/// logs a level-1 message on the trace "bsp.networking" and stays invalid.
 class BSP_EXPORT WarmSlot {
 public:
     WarmSlot();
     WarmSlot(const WarmSlot&) = delete;
     WarmSlot& operator=(const WarmSlot&) = delete;
 
-    /// -1 when invalid. Throws std::system_error when the object's mutex cannot be locked.
+    /// -1 if invalid. Throws std::system_error if the object's mutex cannot be locked.
     int get() const;
 
-    /// Ignored when invalid. Throws as get().
+    /// Does nothing if invalid. Throws as get().
     void set(int const& slotId);
 
 private:
