@@ -1,5 +1,6 @@
-/// The whole of Bsp.h but the table of boards, the row that answers for the unit's variant, and
-/// what is flat by nature: kernel, boot loader and clock chip.
+/// Implements Bsp.h, except Bsp_boardIdMap (BoardId.cpp), Bsp_getQorHwVariant (HwCode.cpp), the
+/// names (Vocabulary.cpp) and the C-only functions (KernelRState.cpp, UbootProductInfo.cpp,
+/// IdtWriter.cpp).
 #include "Log.hpp"
 #include "bsp/BoardId.hpp"
 #include "bsp/Bsp.h"
@@ -27,7 +28,7 @@ int asResult(bool success) {
     return success ? 0 : -1;
 }
 
-// What the operation answers; an exception is a failure, too.
+// Returns the result of the operation, or -1 if it throws.
 template <class Operation>
 int guarded(const char* function, Operation operation) {
     try {
@@ -39,7 +40,7 @@ int guarded(const char* function, Operation operation) {
     }
 }
 
-// What the operation answers, as 0 or -1; a null name is a failure, too.
+// Returns 0, or -1 if the operation fails or throws, or if the name is null.
 template <class Operation>
 int run(const char* function, const char* blockName, void** data, Operation operation) {
     *data = nullptr;

@@ -45,7 +45,7 @@ void reportCaught(LogModule& module, const char* function) {
     try {
         throw;
     } catch (const abi::__forced_unwind&) {
-        throw; // a thread that is being cancelled must get to its end
+        throw; // pthread_cancel() unwinds with it: glibc aborts if a handler swallows it
     } catch (const std::exception& exception) {
         BSP_LOG_AT(
             module, 1, __LINE__, function, InitError, ": Caught exception [", exception.what(),

@@ -2,9 +2,8 @@
 ///
 ///     BSP_LOG(coreLog(), 1, "Unknown product ID: ", code);
 ///
-/// Below the level nothing is evaluated. Otherwise all pieces are evaluated first and the record is
-/// begun, filled and ended only then, so a piece may itself log. errno is as before afterwards,
-/// also when a piece throws.
+/// If the level is off, no argument is evaluated. Otherwise all pieces are evaluated before the
+/// record is begun, so a piece may itself log. errno stays as it was, also if a piece throws.
 #pragma once
 
 #include "TolvTrace.hpp"
@@ -78,8 +77,8 @@ private:
     const char* m_sourceFile;
 };
 
-/// A record to be written. It is there before its pieces are evaluated, and restores errno when it
-/// goes.
+/// A record to be written. It is constructed before its pieces are evaluated, and its destructor
+/// restores errno.
 class LogRecord {
 public:
     using Pieces = std::initializer_list<LogPiece>;
@@ -100,8 +99,8 @@ private:
     const char* m_function;
 };
 
-/// A static object that is never destroyed: at exit other threads, and destructors that run later,
-/// may still be using it.
+/// A static object that is never destroyed: at exit, other threads and later destructors may still
+/// use it.
 template <class Type>
 class Immortal {
 public:
@@ -118,8 +117,8 @@ private:
     alignas(Type) unsigned char m_memory[sizeof(Type)];
 };
 
-/// The trace of board identity and software revision. Like the other two it is created before main,
-/// or by a static constructor that calls the layer earlier.
+/// The trace of board identity and software revision. Like the other two, it is created before
+/// main: at the latest by Log.cpp, earlier if a static constructor calls the layer.
 inline LogModule& coreLog() {
     static Immortal<LogModule> module("bsp.core", "os_extensions/bsp/src/Bsp");
     return module.get();
@@ -137,10 +136,10 @@ inline LogModule& slotLog() {
     return module.get();
 }
 
-/// What start-up reports of anything that it goes on without.
+/// The text for everything that start-up cannot set up and goes on without.
 inline constexpr const char* InitError = "Error during initialization of warm area";
 
-/// For a handler that catches everything: reports what was caught in the name of `function`.
+/// Call it in a catch (...) handler: logs the exception in the name of `function`.
 void reportCaught(LogModule& module, const char* function);
 
 } // namespace os::bsp
@@ -158,7 +157,7 @@ void reportCaught(LogModule& module, const char* function);
         }                                                                                          \
     } while (false)
 
-/// An entry trace; the pieces give the parentheses and what stands in them.
+/// An entry trace; the pieces are the parentheses and their content.
 #define BSP_LOG_ENTER(module, ...)                                                                 \
     do {                                                                                           \
         if ((module).isEnabled(6)) {                                                               \

@@ -1,4 +1,5 @@
-/// What tells the cause of the last restart.
+/// Where the cause of the last restart comes from. Implemented in ResetType.cpp; bspinfo uses it,
+/// too.
 #pragma once
 
 #include <optional>
@@ -9,10 +10,10 @@ enum class ResetSource { Register, Marker, None };
 
 inline constexpr const char* ColdRestartMarker = "/tmp/restart_cold";
 
-/// This unit's; a unit without any takes every restart for a cold one.
+/// This unit's source. A unit without one counts every restart as a cold one.
 ResetSource resetSource();
 
-/// Empty when it cannot be read.
+/// Empty if it cannot be read.
 std::optional<unsigned int> readResetRegister();
 
 bool isMarkedCold();

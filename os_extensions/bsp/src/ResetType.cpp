@@ -58,7 +58,7 @@ ResetType getResetType() {
     ResetType type = knownType.load(std::memory_order_relaxed);
     if (type == ResetType::Unknown) {
         const ResetType determined = determine();
-        // Where another thread was first, its answer stands.
+        // If another thread was first, its answer stands.
         if (knownType.compare_exchange_strong(type, determined, std::memory_order_relaxed)) {
             type = determined;
         }

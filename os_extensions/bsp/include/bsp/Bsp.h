@@ -212,8 +212,8 @@ BSP_EXPORT int WarmDatabase_getObjectData(
 
 /// Writes a summary of the used blocks, never more than `size` bytes with the terminating zero: it
 /// begins no line with fewer than 46 bytes left, and may cut the last line; 1,100 bytes hold
-/// everything. Takes no lock. A null buffer with a size above 0 gives -1, unlike in the member
-/// os::bsp::dtcm::WarmDatabase::getInfo(), which returns 0.
+/// everything. Takes no lock. Returns 0, or -1 for a null buffer with a size above 0; the member
+/// os::bsp::dtcm::WarmDatabase::getInfo() returns 0 for that, too.
 BSP_EXPORT int WarmDatabase_getInfo(char* buffer, unsigned size);
 
 /// Calls WarmDatabase_createObject().

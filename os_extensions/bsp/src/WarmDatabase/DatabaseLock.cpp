@@ -22,11 +22,11 @@ using namespace std::chrono_literals;
 // Poll interval while a process that uses only the semaphore holds it.
 constexpr auto WaitingStep = 1ms;
 
-// How many tries, one step apart, a semaphore that may be held by nobody must fail before it is
-// adopted. Tries and not time, which also passes while this process is stopped.
+// A semaphore that possibly nobody holds is adopted after so many failed tries, one step apart.
+// Tries and not time, because time also passes while this process is stopped.
 constexpr int OrphanTries = 1000;
 
-// Read and written by the owner of the record's mutex, which orders what owners do.
+// Only the owner of the record's mutex reads and writes it, and the mutex orders the owners.
 template <class Value>
 Value load(const std::atomic<Value>& place) {
     return place.load(std::memory_order_relaxed);
@@ -54,15 +54,16 @@ struct Hold {
 
 [[gnu::tls_model("initial-exec")]] constinit thread_local Hold held;
 
-// Held while a semaphore is opened, made or closed, and by a thread that forks: the child would
-// inherit the C library's lock of its list of semaphores, if that is taken, for ever.
+// Held while a semaphore is opened, created or closed, and by a thread that forks. Otherwise a
+// child could inherit the C library's lock of its semaphore list in the locked state, and nobody
+// would unlock it there.
 constinit std::mutex handles;
 
 [[maybe_unused]] const int forks = pthread_atfork(
     [] { handles.lock(); }, [] { handles.unlock(); },
     [] {
         handles.unlock();
-        held = {}; // the parent's thread holds that
+        held = {}; // the thread in the parent holds these locks
     });
 
 bool isTaken(sem_t* semaphore) {
@@ -70,7 +71,7 @@ bool isTaken(sem_t* semaphore) {
     return sem_getvalue(semaphore, &value) == 0 && value == 0;
 }
 
-// Never above 1: a holder that was believed dead may have posted after all.
+// Never raises the value above 1: a holder that was believed dead may have posted after all.
 void post(sem_t* semaphore) {
     if (isTaken(semaphore)) {
         sem_post(semaphore);
@@ -78,8 +79,8 @@ void post(sem_t* semaphore) {
 }
 
 [[gnu::noinline]] void waitAStep() {
-    const posix::NoCancellation
-        whileHoldingTheMutex; // or a cancelled thread's destructors wait for it
+    // If the thread were cancelled here, its destructors would wait for the mutex that it holds.
+    const posix::NoCancellation whileHoldingTheMutex;
     std::this_thread::sleep_for(WaitingStep);
 }
 
@@ -109,7 +110,8 @@ int waitFor(sem_t* semaphore) {
     return 0;
 }
 
-// The name may go to another semaphore at any moment.
+// Another process may unlink the semaphore and create a new one of this name at any moment, so open
+// it until the number before and after is the same.
 DatabaseLock::Result DatabaseLock::openSemaphore() {
     const std::lock_guard guard(handles);
     sem_t* semaphore = nullptr;
@@ -123,7 +125,7 @@ DatabaseLock::Result DatabaseLock::openSemaphore() {
         error = semaphore != SEM_FAILED ? 0 : errno;
     } while (fileNumber(DatabaseSemaphoreFile) != m_number || (m_number == 0 && error == 0));
     sem_t* const old = m_semaphore.exchange(semaphore);
-    if (old != nullptr && !m_mutexFailed) { // else another thread may be using it without the mutex
+    if (old != nullptr && !m_mutexFailed) { // else a thread without the mutex may use it
         sem_close(old);
     }
     m_openError = error;
@@ -143,9 +145,9 @@ DatabaseLock::Result DatabaseLock::makeSemaphore() {
     return error == EEXIST ? Result::TryOther : Result::Failed;
 }
 
-// While this process owns the mutex, only a process without the record can make a semaphore as
-// well. If none was made, the record says again what it said before. If there is one, but no memory
-// for its handle, the record says what a death would leave.
+// While this process owns the mutex, only a process without the record can create a semaphore, too.
+// If this process creates none, it restores the record. If it creates one but gets no memory for
+// the handle, the record stays as a death at this point would leave it.
 int DatabaseLock::createRecordedSemaphore() {
     if (fileNumber(DatabaseSemaphoreFile) != 0) {
         return EEXIST;
@@ -239,15 +241,15 @@ void DatabaseLock::waitAlone() {
     }
 }
 
-// A death on the way leaves a semaphore that nobody may hold.
+// A death between these stores leaves Moving: nobody may hold the semaphore.
 void DatabaseLock::note(std::uint32_t number, Progress progress) {
     store(m_record->progress, Progress::Moving);
     store(m_record->semaphore, number);
     store(m_record->progress, progress);
 }
 
-// To the semaphore that has the name. If the record names an older one, a process without the
-// record has made this one.
+// Changes to the semaphore that has the name now. If the record names an older one, a process
+// without the record has created this one.
 void DatabaseLock::changeSemaphore() {
     const int lastError = m_openError;
     if (openSemaphore() == Result::Failed && errno != lastError) {
@@ -261,8 +263,8 @@ void DatabaseLock::changeSemaphore() {
     }
 }
 
-// The record keeps what a process that has died has left until this one has the semaphore, since it
-// may die, too, while it waits.
+// Until this process has the semaphore, the record keeps what a dead process left there, because
+// this process may die, too, while it waits.
 void DatabaseLock::takeSemaphore() {
     const Progress left = load(m_record->progress);
     for (int tries = 1; left != Progress::Holding && !tryTake(left); ++tries) {
@@ -279,8 +281,8 @@ void DatabaseLock::takeSemaphore() {
     held.semaphore = load(m_semaphore);
 }
 
-// The maker of a semaphore that the record does not name has no record, or has died. If the
-// semaphore is free, its maker has no record, and cleared the area before it posted.
+// If the record does not name the semaphore, its creator has no record, or has died. If such a
+// semaphore is free, its creator has no record, and cleared the area before it posted.
 bool DatabaseLock::tryTake(Progress left) {
     if (load(m_record->semaphore) != m_number) {
         if (isTaken(load(m_semaphore))) {

@@ -7,10 +7,10 @@
 namespace os::bsp::dtcm {
 namespace {
 
-// A line is started only while this much space is left; a block's line may still be cut.
+// A line is started only if this much space is left; a block's line may still be cut.
 constexpr unsigned MinimumSpace = 46;
 
-/// Lines of text in a caller's buffer.
+/// Appends lines of text to a caller's buffer.
 class Lines {
 public:
     Lines(char* buffer, unsigned size) : m_position(buffer), m_left(size) {}

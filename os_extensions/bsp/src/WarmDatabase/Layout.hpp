@@ -1,4 +1,4 @@
-/// The layout of the memory that all processes share, and that outlives them: a contract between
+/// The layout of the memory that all processes share and that outlives them: a contract between
 /// processes and across restarts.
 #pragma once
 
@@ -19,7 +19,7 @@ inline constexpr const char* WarmAreaDevice = "top.dtcm0";
 inline constexpr const char* SyncAreaName = "/DtcmSync";
 inline constexpr const char* DatabaseSemaphoreName = "/DtcmDbSharedSem";
 
-// Where the C library keeps the shared objects of these names.
+// The files in which the C library keeps these shared objects.
 inline constexpr const char* SyncAreaFile = "/dev/shm/DtcmSync";
 inline constexpr const char* DatabaseSemaphoreFile = "/dev/shm/sem.DtcmDbSharedSem";
 
@@ -27,11 +27,11 @@ inline constexpr std::size_t WarmAreaSize = 32768;
 inline constexpr std::size_t BlockSize = 1536;
 inline constexpr std::size_t BlockNameSize = 16;
 
-/// One object. A first name byte of 0 marks the block as free. After a restart of unknown kind the
-/// name may be noise: no reader looks beyond its 16 bytes, or expects a zero in them.
+/// One object. If the first byte of the name is 0, the block is free. After a restart of unknown
+/// kind the name may be noise: no reader looks beyond its 16 bytes, or expects a zero in them.
 ///
-/// Names are written under the database lock, but the diagnostics read them without it; so those
-/// two go byte by byte through atomics.
+/// Names are written under the database lock, but the diagnostics read them without it. So writers
+/// and diagnostics access them as atomic bytes.
 struct Block {
     char name[BlockNameSize];
     std::byte data[MaxObjectSize];
@@ -50,8 +50,8 @@ struct Block {
         return text;
     }
 
-    /// The object appears in one step: whoever is killed on the way leaves the block as free as it
-    /// was. The caller holds the lock; `text` has 1 to 15 bytes.
+    /// The object appears in one step: the first byte of the name comes last, so a process that is
+    /// killed before it leaves the block free. The caller holds the lock; `text` has 1 to 15 bytes.
     void become(std::string_view text) {
         std::fill(std::begin(data), std::end(data), std::byte{0});
         for (std::size_t i = BlockNameSize - 1; i > 0; --i) {
@@ -70,7 +70,7 @@ struct WarmArea {
     Block blocks[MaxNumberOfBlocks];
     std::byte unused[WarmAreaSize - MaxNumberOfBlocks * BlockSize];
 
-    /// All blocks are free before the first of them loses a byte of data.
+    /// Frees all blocks before it clears any data.
     void clear() {
         for (Block& block : blocks) {
             block.becomeFree();
@@ -84,14 +84,14 @@ static_assert(sizeof(Block) == BlockSize && offsetof(Block, data) == BlockNameSi
 static_assert(sizeof(WarmArea) == WarmAreaSize && offsetof(WarmArea, unused) == 32256);
 static_assert(BlockNameSize == MaxBlockNameLength + 1);
 
-/// The sync objects; number i belongs to block i.
+/// The sync objects: number i belongs to block i.
 struct SyncArea {
     pthread_mutex_t mutexes[MaxNumberOfBlocks];
 };
 
 inline constexpr std::size_t SyncAreaSize = sizeof(SyncArea);
 
-// Clients lock a sync object as the standard mutex that it also is.
+// Clients lock a pthread_mutex_t in the area as a std::mutex.
 static_assert(sizeof(std::mutex) == sizeof(pthread_mutex_t));
 static_assert(sizeof(pthread_mutex_t) != 24 || SyncAreaSize == 504);
 

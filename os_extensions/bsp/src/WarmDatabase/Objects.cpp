@@ -9,16 +9,16 @@
 namespace os::bsp::dtcm {
 namespace {
 
-/// Where the scan for a name ends: at its block, at the first free block, or behind the last.
+/// Where the scan for a name ends: at its block, at the first free block, or behind the last block.
 struct Place {
     std::size_t index;
     bool found;
 
-    bool exists() const { return index < MaxNumberOfBlocks; }
-    std::size_t number() const { return index + 1; } // as people count blocks
+    bool isInArea() const { return index < MaxNumberOfBlocks; }
+    std::size_t number() const { return index + 1; } // blocks are counted from 1 in messages
 };
 
-// The database lock, unless the caller holds it.
+// Takes the database lock, unless the caller holds it.
 std::unique_lock<WarmDatabase> lockUnless(bool isHeld, WarmDatabase& database) {
     return isHeld ? std::unique_lock(database, std::defer_lock) : std::unique_lock(database);
 }
@@ -27,8 +27,8 @@ bool hasZero(std::string_view name) {
     return name.find('\0') != std::string_view::npos;
 }
 
-/// A name of 1 to 15 bytes as a block holds it, with the zero behind it: what follows that in a
-/// block does not count. Words are compared faster than bytes.
+/// A name of 1 to 15 bytes as a block holds it, with a terminating zero; what follows that zero in
+/// a block does not count. Two words are compared, which is faster than 16 bytes.
 class NameField {
 public:
     explicit NameField(std::string_view name) {
@@ -54,11 +54,11 @@ private:
     Words m_mask{};
 };
 
-// Used blocks form an unbroken run from the first, so no object lies behind a free block. Not
-// inlined: the name's words would be read right behind the bytes that they are copied from, and be
-// waited for.
+// Used blocks form an unbroken run from the first, so no object lies behind a free block. noinline:
+// when inlined, the 8-byte loads of the name follow the byte stores at once and stall on store
+// forwarding.
 [[gnu::noinline]] Place scan(WarmArea& area, const NameField& name) {
-#pragma GCC unroll 3 // the loop's own steps cost as much as a block's
+#pragma GCC unroll 3 // the loop's overhead costs as much as comparing a block
     for (const Block& block : area.blocks) {
         const bool found = name.isOf(block);
         if (found || block.name[0] == '\0') {
@@ -68,7 +68,7 @@ private:
     return {MaxNumberOfBlocks, false};
 }
 
-// The functions that people know make up getObjectData(), too: it reports in their names.
+// getObjectData() logs under the names of the operations that it combines.
 
 void reportRetrieved(std::string_view name, const Place& place, unsigned objectSize) {
     BSP_LOG_AT(
@@ -77,7 +77,7 @@ void reportRetrieved(std::string_view name, const Place& place, unsigned objectS
 }
 
 void reportCreated(std::string_view name, const Place& place, unsigned objectSize) {
-    if (!place.exists()) {
+    if (!place.isInArea()) {
         BSP_LOG_AT(databaseLog(), 1, __LINE__, "createObject", "Error: DTCM is out of space.");
         return;
     }
@@ -131,19 +131,19 @@ bool WarmDatabase::createObject(
     {
         const auto guard = lockUnless(!lockDatabase, *this);
         place = scan(area, name);
-        if (place.exists()) {
+        if (place.isInArea()) {
             area.blocks[place.index].become(blockName);
         }
     }
     if (place.found) {
-        // Nothing stands between the name and "has": that is how the record is known.
+        // No space before "has": readers of traces know the record in this form.
         BSP_LOG(
             databaseLog(), 2, "Warning: object for block ", blockName,
             "has been requested to be created, but it was already present in warm area");
     }
     reportCreated(blockName, place, objectSize);
-    *data = place.exists() ? area.blocks[place.index].data : nullptr;
-    return place.exists();
+    *data = place.isInArea() ? area.blocks[place.index].data : nullptr;
+    return place.isInArea();
 }
 
 bool WarmDatabase::retrieveObject(
@@ -182,7 +182,7 @@ bool WarmDatabase::getObjectData(
     *syncObject = nullptr;
     created = false;
     if (!validateObject(blockName, objectSize)) {
-        // The search has refused it; so does the creation, with the same message.
+        // Retrieval and creation are each refused, so the message is logged twice.
         return validateObject(blockName, objectSize);
     }
     WarmArea& area = warmArea(m_mappedMemory);
@@ -191,7 +191,7 @@ bool WarmDatabase::getObjectData(
     {
         const std::lock_guard guard(*this);
         place = scan(area, name);
-        if (!place.found && place.exists()) {
+        if (!place.found && place.isInArea()) {
             area.blocks[place.index].become(blockName);
         }
     }
@@ -200,7 +200,7 @@ bool WarmDatabase::getObjectData(
     } else {
         reportCreated(blockName, place, objectSize);
     }
-    if (!place.exists()) {
+    if (!place.isInArea()) {
         return false;
     }
     created = !place.found;

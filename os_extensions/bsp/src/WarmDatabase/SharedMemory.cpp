@@ -14,7 +14,8 @@ namespace {
 
 using posix::FileDescriptor;
 
-// O_CREAT without O_EXCL is refused on somebody else's file where the system protects those.
+// Opening comes first, without O_CREAT: with fs.protected_regular, the system refuses O_CREAT on an
+// existing file of another user.
 FileDescriptor openOrCreate(const char* name) {
     while (true) {
         FileDescriptor object = FileDescriptor::own(shm_open(name, O_RDWR, 0));
@@ -33,7 +34,8 @@ bool isFinished(const FileDescriptor& object, std::size_t size) {
     return fstat(object.get(), &status) == 0 && status.st_size == static_cast<off_t>(size);
 }
 
-// Allocated for good: on a full file system this is an error here, not a signal later.
+// Allocates the memory now: on a full file system this fails here, instead of with SIGBUS at a
+// later access.
 bool allocate(const FileDescriptor& object, off_t size) {
     if (ftruncate(object.get(), size) == -1) {
         return false;
@@ -50,7 +52,8 @@ std::byte* map(const FileDescriptor& object, std::size_t size, int flags) {
     return memory != MAP_FAILED ? static_cast<std::byte*>(memory) : nullptr;
 }
 
-// Larger than it will be while it is worked on; its exact size comes last.
+// While the object is being initialised it is one byte larger; its exact size, which marks it as
+// finished, comes last.
 std::byte* make(
     const FileDescriptor& object, std::size_t size, int flags,
     int (*initialise)(std::byte* memory)) {

@@ -21,10 +21,10 @@
 namespace os::bsp::dtcm {
 namespace {
 
-// State of the one instance that is kept out of the public header.
+// State of the singleton that is kept out of the public header.
 
-// Shared objects that this process has created: a child that it forks has a copy of the instance,
-// but has created nothing.
+// Shared objects that this process has created. A forked child has a copy of the instance, but has
+// created nothing.
 struct Created {
     pid_t by;
     std::uint32_t semaphore; // as fileNumber() counts
@@ -36,7 +36,7 @@ constinit WarmArea reserveWarmArea{};
 constinit SyncArea reserveSyncArea{};
 
 struct DeviceMemory {
-    std::byte* memory; // null when it cannot be mapped
+    std::byte* memory; // null if it cannot be mapped
     bool opened;
     int error; // of the mapping
 };
@@ -77,8 +77,9 @@ void useRunRecord() {
 
 } // namespace
 
-// Not by a local static's own guard: in a child forked while another thread constructs the instance
-// that guard would never open, while glibc's pthread_once() starts again there.
+// pthread_once(), not a local static: in a child forked while another thread constructs the
+// instance, the guard of a local static would never open, while glibc's pthread_once() starts
+// again.
 WarmDatabase& WarmDatabase::getInstance() {
     static constinit pthread_once_t constructed = PTHREAD_ONCE_INIT;
     alignas(WarmDatabase) static constinit std::byte instance[sizeof(WarmDatabase)]{};
@@ -91,7 +92,7 @@ WarmDatabase& WarmDatabase::getInstance() {
 
 WarmDatabase::WarmDatabase() {
     created.by = getpid();
-    // A child may come to have that process id, when it is used again or in a namespace of its own.
+    // A child could get this process id, once it is free again or in another pid namespace.
     pthread_atfork(nullptr, nullptr, [] { created.by = 0; });
     try {
         memoryMapTheDatabase();
@@ -110,8 +111,8 @@ WarmDatabase::WarmDatabase() {
     }
 }
 
-// Unlinks what this process has created, unless the name belongs to another object by now. The
-// system ends mappings and handles: other threads may be using them to the very end.
+// Unlinks what this process has created, unless the name belongs to another object by now. Mappings
+// and handles stay for the system to close: other threads may use them until the process ends.
 WarmDatabase::~WarmDatabase() {
     if (getpid() != created.by) {
         return;
@@ -141,7 +142,7 @@ bool WarmDatabase::initDatabaseSemaphore() const {
     using Result = DatabaseLock::Result;
     Result result = databaseLock().openSemaphore();
     while (result == Result::TryOther) {
-        const ResetType cause = getResetType(); // not to be asked while the lock is held
+        const ResetType cause = getResetType(); // calls the platform: not while the lock is held
         result = databaseLock().makeSemaphore();
         if (result == Result::Done) {
             created.semaphore = databaseLock().number();
@@ -157,8 +158,9 @@ bool WarmDatabase::initDatabaseSemaphore() const {
     return false;
 }
 
-// Called with the lock, which it gives back before it logs. A private area is as empty as a cleared
-// one, but leaves a cold restart pending for a process with the unit's own.
+// The caller holds the lock; this releases it before it logs. A private area is as empty as a
+// cleared one, but a process that has one leaves a cold restart pending for a process with the
+// unit's area.
 void WarmDatabase::clearDatabaseIfColdRestart(ResetType cause) const {
     RunRecord* const record = databaseLock().record();
     const bool cold = cause == ResetType::Cold;
@@ -178,11 +180,12 @@ void WarmDatabase::clearDatabaseIfColdRestart(ResetType cause) const {
     logNamesOfUsedBlocks();
 }
 
-// For a creator of the semaphore that has died, or has failed, before it handled the restart. What
-// fails here is left to the next process that takes the lock.
+// If the creator of the semaphore died, or failed, before it handled the restart, this process
+// handles it. If that fails, too, the restart stays pending for the next process that takes the
+// lock.
 void WarmDatabase::catchUpWithColdRestart() const {
     try {
-        const ResetType cause = getResetType(); // not to be asked while the lock is held
+        const ResetType cause = getResetType(); // calls the platform: not while the lock is held
         databaseLock().take();
         clearDatabaseIfColdRestart(cause);
     } catch (...) {
@@ -197,13 +200,13 @@ void WarmDatabase::initBlockSynchronization() {
         BSP_LOG(databaseLog(), 1, "error in shm_open error: ", std::strerror(errno));
         return;
     }
-    area.descriptor.release(); // it stays open
+    area.descriptor.release(); // the file stays open until the process ends
     m_blockSync = area.memory;
     m_blockSyncCreated = area.created;
     created.syncArea = fileNumber(SyncAreaFile);
 }
 
-// NOLINTNEXTLINE(readability-make-member-function-const): as callers know it
+// NOLINTNEXTLINE(readability-make-member-function-const): const would change the exported symbol
 void WarmDatabase::lock() {
     databaseLock().take();
     const RunRecord* const record = m_mappedMemoryIsShared ? databaseLock().record() : nullptr;
