@@ -19,8 +19,8 @@ namespace {
 
 using namespace os::bsp;
 
-// Only the kernel can say it of this very memory: the layer replaces a warm area that it cannot map
-// with private memory, where everything works and is lost when the process ends.
+// Looks in the kernel's list of mappings, because nothing else tells: if the layer cannot map the
+// warm area it uses private memory, where everything works and is lost when the process ends.
 bool isShared(const void* memory) {
     const auto address = reinterpret_cast<std::uintptr_t>(memory);
     std::ifstream mappings("/proc/self/maps");
@@ -44,7 +44,7 @@ bool isKept() {
     return handled || getResetType() != ResetType::Cold;
 }
 
-// The slot id that the unit has; slotInstance() answers also when it has none.
+// The slot id, if it is the unit's own; slotInstance() alone also answers if it is not.
 WarmSlot& sharedSlot() {
     WarmSlot& slot = slotInstance();
     void* object = nullptr;

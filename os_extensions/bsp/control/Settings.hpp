@@ -6,16 +6,16 @@
 
 namespace bspctl {
 
-/// What a unit keeps, and an operator may change.
+/// A setting that the unit stores and an operator may change.
 struct Setting {
     const char* name;
-    const char* values;      ///< as the usage shows them
+    const char* values;      ///< in the usage
     const char* expected;    ///< the values in words
     const char* description; ///< a line of the help
-    /// Throws std::exception when the unit's own value cannot be read.
+    /// Throws std::exception if the unit's own value cannot be read.
     std::string (*show)();
-    /// False, and nothing done, when `value` is none that it can have. Throws std::exception when
-    /// the unit does not keep it.
+    /// False, with nothing done, if `value` is not a possible value. Throws std::exception if the
+    /// unit does not store it.
     bool (*set)(std::string_view value);
 };
 

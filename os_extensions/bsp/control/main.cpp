@@ -1,4 +1,4 @@
-/// bspctl: shows and sets what the unit keeps.
+/// bspctl: shows and sets the settings that the unit stores.
 #include "Settings.hpp"
 
 #include <algorithm>
@@ -10,7 +10,7 @@ namespace {
 
 using namespace bspctl;
 
-constexpr int WrongUsage = 64; // as sysexits.h has it
+constexpr int WrongUsage = 64; // EX_USAGE of sysexits.h
 
 using Words = std::span<char* const>;
 

@@ -14,7 +14,7 @@ constexpr useconds_t PauseMicroseconds = 20000;
 
 using IdentificationBytes = std::array<std::uint8_t, 4>;
 
-// A call that did something else than asked leaves errno as it was, with an older failure's number.
+// A short transfer, or a seek to another offset, does not set errno; report it as EIO.
 bool isAsWanted(off_t result, off_t wanted) {
     if (result != -1 && result != wanted) {
         errno = EIO;

@@ -9,11 +9,12 @@
 
 namespace {
 
-// A longer token is refused: a file may have no end, and no white space.
+// Longer tokens are refused, because a file (a device, for example) may go on for ever without
+// white space.
 constexpr std::size_t LongestToken = 4096;
 
-// The token is empty at the end of the file and after a read error; cut behind the longest one that
-// counts.
+// Reads the next token: empty at the end of the file and after a read error, cut one character
+// behind the longest one that is accepted.
 void readToken(std::FILE* file, ClockConfig& config) {
     config.column += config.token.size();
     config.token.clear();
@@ -35,7 +36,8 @@ bool isHexadecimal(std::string_view digits) {
            digits.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
 }
 
-// Only the last two digits count, so a number wider than any integer type is no special case.
+// Only the last two digits count, so a number that is wider than any integer type needs no special
+// case.
 std::optional<std::uint8_t> lowestByte(std::string_view token) {
     if (token.size() > LongestToken) {
         return std::nullopt;

@@ -6,19 +6,19 @@
 #include <cstdio>
 #include <string>
 
-/// What goes to the clock chip's registers: at most 216 bytes.
+/// The bytes for the clock chip's registers: at most 216.
 struct ClockConfig {
     std::array<std::uint8_t, 216> bytes{};
     std::size_t size = 0;
 
-    // The token that was read last, and where it begins, from 1.
+    // The token that was read last, and its position, counted from 1.
     std::string token;
     std::size_t line = 1;
     std::size_t column = 1;
 };
 
-/// Reads hexadecimal numbers separated by white space, of any width up to 4,096 characters and with
-/// an optional sign and 0x, until the end of the file or 216 numbers; the lowest 8 bits of each
-/// become a byte. Returns an empty text, or what is wrong: the position (from 1) of a token that is
-/// no such number, or a read error; `config` is of no use then.
+/// Reads hexadecimal numbers separated by white space, until the end of the file or 216 numbers. A
+/// number has up to 4,096 characters, and may have a sign and 0x; its lowest 8 bits become a byte.
+/// Returns an empty text, or what is wrong: the number (from 1) of the token that is not
+/// hexadecimal, or a read error. `config` is then incomplete.
 std::string readClockConfig(std::FILE* file, ClockConfig& config);

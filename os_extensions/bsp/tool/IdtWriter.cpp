@@ -1,4 +1,4 @@
-// Idt_writeConfig(), which bsp/Bsp.h declares.
+// Idt_writeConfig() of bsp/Bsp.h.
 #include "ClockChip.hpp"
 #include "ClockConfig.hpp"
 #include "FileDescriptor.hpp"
@@ -22,7 +22,7 @@ constexpr const char* WriterName = "Idt_writeConfig";
 constexpr const char* InitName = "Idt_init";
 constexpr std::string_view UnknownBoard = os::bsp::UnknownBoardRevision;
 
-// Both texts may be those of a library that is preloaded, which may have none.
+// A preloaded library may replace both functions, and may return null.
 bool isKnown(const char* text) {
     return text != nullptr && text != UnknownBoard;
 }
@@ -97,7 +97,7 @@ bool programChip(int device, const ClockConfig& config) {
 
 enum class Result { Programmed, NothingToDo, Failed };
 
-// Tells why it fails or has nothing to do; all it opened is closed when it returns.
+// Prints why it fails or has nothing to do. It closes what it opens.
 Result configure(const char* board) {
     const posix::FileDescriptor device =
         posix::FileDescriptor::own(open(DeviceName, O_RDWR | O_CLOEXEC));

@@ -8,7 +8,8 @@ namespace {
 struct Function {
     const char* name;
     const char* description;
-    int (*handler)(int argc, char** argv); // gets what follows the name; the result is the status
+    int (*handler)(
+        int argc, char** argv); // takes the arguments after the name, returns the exit status
 };
 
 int writeConfig(int /*argc*/, char** /*argv*/) {

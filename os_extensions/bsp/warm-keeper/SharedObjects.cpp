@@ -23,9 +23,9 @@ namespace {
 using namespace os::bsp::dtcm;
 using posix::FileDescriptor;
 
-// Whether this process has the open file mapped for writing, as the database maps what it shares. A
-// second mapping shows how the system lists the file's mappings: not every file system lists what
-// fstat() says.
+// Whether this process has the open file mapped for writing, as the database maps its shared
+// objects. The probe mapping shows the device and inode that /proc/self/maps lists for the file: on
+// some file systems they differ from those of fstat().
 bool isShared(int file) {
     void* const probe = mmap(nullptr, 1, PROT_READ, MAP_SHARED, file, 0);
     if (probe == MAP_FAILED) {
@@ -49,7 +49,7 @@ bool isShared(int file) {
     return writable.contains(sought);
 }
 
-// On the way the bits are never more than before, nor more than the device's.
+// In between, the mode never has more bits than before, nor more than the device has.
 bool giveRights(int object, const struct stat& device) {
     struct stat now {};
     const mode_t wanted = device.st_mode & 0666;
@@ -67,7 +67,7 @@ std::string because(const std::string& what, int error) {
     return what + ": " + std::strerror(error);
 }
 
-// Found by name once: what is changed is what this process has mapped.
+// Opens the object by its name only once, so it changes the object that this process has mapped.
 std::string share(const char* what, const std::string& name, const struct stat& device) {
     const std::string text = std::string(what) + " /dev/shm" + name;
     const auto object = FileDescriptor::own(shm_open(name.c_str(), O_RDONLY | O_NONBLOCK, 0));
@@ -80,7 +80,8 @@ std::string share(const char* what, const std::string& name, const struct stat& 
     return giveRights(object.get(), device) ? "" : because(text, errno);
 }
 
-// Before anything is created: an object that could not be given away would keep everybody out.
+// Checked before anything is created: if the rights of a new object could not be given away, it
+// would keep all other users out.
 bool mayGiveRights(const struct stat& device) {
     const auto scratch = FileDescriptor::own(memfd_create("rights", MFD_CLOEXEC));
     return scratch && giveRights(scratch.get(), device);
@@ -90,7 +91,7 @@ bool mayGiveRights(const struct stat& device) {
 
 std::string shareDatabase() {
     const std::string area = std::string("warm area ") + WarmAreaDevice;
-    const int handle = DDevIo_open(WarmAreaDevice); // kept open, like the database
+    const int handle = DDevIo_open(WarmAreaDevice); // stays open, as the database does
     if (handle < 0) {
         return because(area, -handle);
     }

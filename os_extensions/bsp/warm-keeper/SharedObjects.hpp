@@ -4,12 +4,12 @@
 
 namespace keeper {
 
-/// Opens the warm database, and gives lock, mutexes and run record the owner, the group and the
-/// read-write bits of the warm area's device: exactly those who may write the area may then use its
-/// lock. At no moment do they have wider rights than the device.
+/// Opens the warm database, and gives the lock, the mutexes and the run record the owner, the group
+/// and the read-write bits of the warm area's device. So exactly those users who may write the area
+/// may use its lock. At no moment do the objects have wider rights than the device.
 ///
-/// The result says what is missing: an object that is not the shared one, or whose rights may not
-/// be changed. It is empty when all is well.
+/// Returns what is wrong: an object that is not the shared one, or whose rights cannot be changed.
+/// Empty if all is well.
 std::string shareDatabase();
 
 } // namespace keeper

@@ -1,4 +1,5 @@
-/// bsp-warm: opens the warm database and stays. Whoever opens it first should live longest.
+/// bsp-warm: opens the warm database and stays. The process that creates the shared objects unlinks
+/// them when it exits, so it should be the one that lives longest.
 #include "FileDescriptor.hpp"
 #include "SharedObjects.hpp"
 
@@ -16,7 +17,7 @@
 
 namespace {
 
-// One datagram is all there is to it: a library for that would be the unit's largest dependency.
+// Sends one datagram: a library for it would be the unit's largest dependency.
 bool sendTo(std::string_view path, std::string_view message) {
     sockaddr_un address{};
     if (path.size() < 2 || path.size() >= sizeof address.sun_path) {
@@ -26,7 +27,7 @@ bool sendTo(std::string_view path, std::string_view message) {
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, path.size());
     if (path.front() == '@') {
-        address.sun_path[0] = '\0'; // an abstract socket, as it is written
+        address.sun_path[0] = '\0'; // "@" stands for the zero byte of an abstract socket
     }
     const auto socket = posix::FileDescriptor::own(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
@@ -64,7 +65,8 @@ int main(int argc, char** argv) {
     if (problem.empty() && !notifyReady()) {
         problem = std::string("NOTIFY_SOCKET: ") + std::strerror(errno);
     }
-    // It ends on the spot, now or by a signal: what it has created stays for those who use it.
+    // Ends without destructors, here or by a signal: the shared objects that it has created stay
+    // for their users.
     if (!problem.empty()) {
         std::fprintf(stderr, "bsp-warm: %s\n", problem.c_str());
         std::_Exit(1);

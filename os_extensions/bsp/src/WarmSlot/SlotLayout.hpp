@@ -1,4 +1,4 @@
-/// The object of the slot id, as it lies in the warm area: a contract between processes and across
+/// The layout of the slot id's object in the warm area: a contract between processes and across
 /// restarts.
 #pragma once
 
@@ -18,8 +18,8 @@ struct SlotLayout {
     std::int32_t slotId;
     pthread_mutex_t mutex; ///< guards the id
 
-    /// The mutex is initialised last, and is not all zeroes then: it is marked as shared between
-    /// processes.
+    /// The mutex is initialised last. It is then not all zeroes, because its kind says that
+    /// processes share it.
     bool isInitialised() const {
         const auto bytes = std::as_bytes(std::span(&mutex, 1));
         return std::any_of(

@@ -34,8 +34,8 @@ Bytes bytesOf(const pthread_mutex_t& mutex) {
     return bytes;
 }
 
-// The warm area may be a device's memory. On a futex there the kernel lets nobody sleep, and the C
-// library ends the process that tries.
+// The warm area may be a device's memory: no thread can sleep on a futex there, and the C library
+// ends a process that tries to. So this polls.
 int waitOnce(pthread_mutex_t& mutex) {
     const auto end = std::chrono::steady_clock::now() + WaitTime;
     while (std::chrono::steady_clock::now() < end) {
@@ -47,7 +47,7 @@ int waitOnce(pthread_mutex_t& mutex) {
     return ETIMEDOUT;
 }
 
-// Whether this process has reinitialised it: another one may have been faster.
+// Returns whether this process has reinitialised the mutex: another one may have been faster.
 bool repair(pthread_mutex_t& mutex, const Bytes& seen) {
     const std::lock_guard lock(dtcm::WarmDatabase::getInstance());
     if (bytesOf(mutex) != seen) {
@@ -83,8 +83,9 @@ bool isDamaged(const pthread_mutex_t& mutex) {
     return mutex.__data.__kind != freshMutex().__data.__kind;
 }
 
-// The kind comes first: who dies on the way must not leave zeroes, which say that the object was
-// never initialised. Those who sleep without a time limit would never look at the mutex again.
+// The kind comes first: a process that dies on the way must not leave all zeroes, which would mean
+// that the object was never initialised. FUTEX_WAKE, because threads that sleep without a time
+// limit would not look at the mutex again.
 void reinitialise(pthread_mutex_t& mutex) {
     const pthread_mutex_t fresh = freshMutex();
     mutex.__data.__kind = fresh.__data.__kind;

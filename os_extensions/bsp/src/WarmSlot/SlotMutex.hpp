@@ -4,26 +4,25 @@
 
 namespace os::bsp {
 
-/// Whether its kind is another one than a new mutex has, as noise does: locking it may end the
-/// process, or fail.
+/// Whether the kind of the mutex differs from that of a new one, as in noise: locking it may fail,
+/// or end the process.
 bool isDamaged(const pthread_mutex_t& mutex);
 
 /// The caller holds the database lock.
 void reinitialise(pthread_mutex_t& mutex);
 
-/// Logs that it was done.
+/// Logs that the mutex was reinitialised.
 void reportRepair();
 
-/// Holds the mutex of the slot's object, which lies in the warm area and is shared by all
-/// processes.
+/// Holds the mutex of the slot's object in the warm area, which all processes share.
 ///
-/// It is an ordinary mutex: an owner that dies, or a restart at the wrong moment, leaves it taken.
-/// One that is waited for, and of which no byte has changed for a second, has lost its owner. It is
-/// reinitialised then, with a level-2 message. The mistake, with an owner that was only slow, is a
-/// small one: two stores of one word change places.
+/// It is an ordinary mutex: if its owner dies, or a restart comes while it is locked, it stays
+/// locked. If no byte of it changes for a second while this process waits for it, its owner is
+/// considered dead, and the mutex is reinitialised, with a level-2 message. If the owner was only
+/// slow, little is lost: two stores of one word change places.
 class SlotLock {
 public:
-    /// Throws std::system_error when the mutex cannot be locked.
+    /// Throws std::system_error if the mutex cannot be locked.
     explicit SlotLock(pthread_mutex_t& mutex);
     ~SlotLock() { pthread_mutex_unlock(&m_mutex); }
     SlotLock(const SlotLock&) = delete;

@@ -13,11 +13,11 @@
 
 namespace os::bsp {
 
-/// Lies in the warm area, shared by every process.
+/// Lies in the warm area; all processes share it.
 struct WarmSlot::SlotObject : SlotLayout {
-    // The object's creator gave the database lock back before it could initialise the object:
-    // another process may get here first, or find what a creator that was killed has left. After a
-    // restart of unknown cause there may be noise. Whether the mutex had to be repaired.
+    // Returns whether the mutex had to be repaired. The lock, because the object's creator released
+    // it before it initialised the object: another process may get here first, or find what a
+    // killed creator has left. After a restart of unknown cause the object may hold noise.
     bool initialiseOnce(dtcm::WarmDatabase& database) {
         const std::lock_guard lock(database);
         if (!isInitialised()) {
@@ -90,7 +90,8 @@ void WarmSlot::set(int const& slotId) {
     BSP_LOG(slotLog(), 5, "Setting slotId to: ", slotId);
 }
 
-// As WarmDatabase::getInstance(): a child forked while another thread is in here starts again.
+// pthread_once(), as in WarmDatabase::getInstance(): it starts again in a child forked while
+// another thread is inside.
 WarmSlot& slotInstance() {
     static constinit pthread_once_t constructed = PTHREAD_ONCE_INIT;
     alignas(WarmSlot) static constinit std::byte instance[sizeof(WarmSlot)]{};

@@ -13,8 +13,8 @@ struct CodeRow {
     Value value;
 };
 
-/// What hardware codes stand for: written as rows, looked up by index. Codes run from 0 to Size -
-/// 1; a row with another code, or a second one with the same, does not compile.
+/// Maps hardware codes to values: written as rows, looked up by index. Codes run from 0 to Size -
+/// 1; a row with another code, or two rows with the same code, do not compile.
 template <class Value, std::size_t Size>
 class CodeTable {
 public:
@@ -32,7 +32,7 @@ public:
         }
     }
 
-    /// Null for a code that has no row, be it negative or too large.
+    /// Null for a code without a row, also for one that is negative or too large.
     constexpr const Value* find(std::int32_t code) const noexcept {
         const auto index = static_cast<std::uint32_t>(code);
         return index < Size && m_places[index].taken ? &m_places[index].value : nullptr;

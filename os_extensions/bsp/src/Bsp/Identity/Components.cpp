@@ -10,8 +10,8 @@
 namespace os::bsp {
 namespace {
 
-/// An FPGA, and the one in its place when the configuration store names a variant. Without a
-/// variant the store is not read.
+/// The standard FPGA for a code, and the one that replaces it if the configuration store has this
+/// variant. Without a variant, the store is not read.
 struct FpgaChoice {
     TrafFpgaType standard;
     std::string_view variant = value::Empty;

@@ -11,7 +11,7 @@
 
 #include <pthread.h>
 
-// C programs read the platform's row as this one.
+// C programs access the platform's row as a Bsp_HwVariantRow.
 static_assert(sizeof(Bsp_HwVariantRow) == sizeof(os::bsp::QorHwVariant));
 static_assert(
     offsetof(Bsp_HwVariantRow, hwRevision) == offsetof(os::bsp::QorHwVariant, hwRevision));
@@ -27,10 +27,11 @@ namespace {
 constexpr int EepromDevice = 5;
 constexpr int EepromSection = 1;
 
-// The function name that records of one-time steps carry.
+// The function name in the records of the steps that run once.
 constexpr const char* OneTimeStep = "operator()";
 
-// A child that is forked while another thread of its parent takes a step takes it anew.
+// pthread_once, because glibc restarts it in a child that was forked while another thread was
+// inside; std::call_once would hang.
 void takeOnce(pthread_once_t& step, void (*action)()) {
     if (const int error = pthread_once(&step, action); error != 0) {
         throw std::system_error(error, std::generic_category());
@@ -53,7 +54,8 @@ QorHwCode defaultHwCode() {
     return none;
 }
 
-// Stands in for the first row of an empty table. Its code is no EEPROM's and not the default one.
+// Replaces the first row of an empty table. Its code equals no EEPROM's code and not the default
+// one.
 constexpr QorHwVariant NoVariant = [] {
     QorHwVariant row{};
     row.hwCode.words.fill(std::numeric_limits<std::int32_t>::min());

@@ -14,12 +14,13 @@ namespace {
 
 namespace text = value::radiolinkMode;
 
-// No std::once_flag: not every pthread_once() lets an exception through and is taken again then.
+// A mutex, not std::call_once: some implementations of pthread_once() do not let an exception
+// through and run the step again at the next call.
 constinit std::mutex loading;
 constinit std::atomic<bool> modeLoaded = false;
 constinit RadiolinkMode loadedMode = RadiolinkMode::Rl4;
 
-// A child that is forked while another thread of its parent loads has nobody who would end that.
+// Reset the mutex in a forked child: the thread that held it does not exist there.
 [[maybe_unused]] const int renewal =
     pthread_atfork(nullptr, nullptr, [] { new (&loading) std::mutex; });
 
@@ -31,7 +32,7 @@ RadiolinkMode getRadiolinkMode() {
     }
     const std::lock_guard lock(loading);
     if (!modeLoaded.load(std::memory_order_relaxed)) {
-        // Rl4 is what any other text, or none, stands for.
+        // Any other text, or none, means Rl4.
         if (QorConfig().getValue(key::RadiolinkMode) == text::Rl5) {
             loadedMode = RadiolinkMode::Rl5;
         }

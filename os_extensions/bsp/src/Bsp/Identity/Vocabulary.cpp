@@ -5,7 +5,7 @@
 namespace os::bsp {
 namespace {
 
-// A value is the index of its row.
+// The value is also the index of its row.
 const char* nameIn(NameTable table, int value) {
     const std::size_t last = table.size() - 1;
     const auto index = static_cast<unsigned>(value);
@@ -14,8 +14,8 @@ const char* nameIn(NameTable table, int value) {
 
 } // namespace
 
-// The earliest static constructor finds the tables, as the compiler builds them. clang 14, which
-// checks this code, takes no std::string for a constant: there they are built before main.
+// constinit, so static constructors elsewhere may use the tables. clang 14 (clang-tidy) cannot
+// constant-initialise a std::string.
 #ifdef __clang__
 #define BSP_CONSTANT const
 #else

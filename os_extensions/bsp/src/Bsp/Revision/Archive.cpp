@@ -15,12 +15,12 @@ namespace {
 
 constexpr std::size_t ScanSize = 65536;
 
-// What a gzip member begins with: its identification, and the method deflate.
+// The first bytes of a gzip member: its identification, and deflate as the method.
 constexpr char Marker[] = "\x1f\x8b\x08";
 
 using Chunk = std::array<unsigned char, 16384>;
 
-// A history of 32 KiB, and a gzip or zlib header that is recognised.
+// A window of 32 KiB (15); zlib detects a gzip or zlib header by itself (+ 32).
 constexpr int WindowBits = 15 + 32;
 
 /// Owns zlib's state.
@@ -31,7 +31,7 @@ public:
     Inflater(const Inflater&) = delete;
     Inflater& operator=(const Inflater&) = delete;
 
-    /// zlib's result of the initialisation.
+    /// The result of inflateInit2().
     int initialised() const { return m_initialised; }
 
     void setInput(Chunk& chunk, std::size_t size) {
@@ -39,7 +39,7 @@ public:
         m_stream.avail_in = static_cast<uInt>(size);
     }
 
-    /// Fills `chunk` as far as the input goes; zlib's result.
+    /// Fills `chunk` as far as the input goes. Returns the result of inflate().
     int inflateInto(Chunk& chunk) {
         m_stream.next_out = chunk.data();
         m_stream.avail_out = static_cast<uInt>(chunk.size());
@@ -53,7 +53,7 @@ private:
     int m_initialised;
 };
 
-// Everything else zlib reports, or waits for more input, is not the end.
+// Any other result, except the end of the stream, is no failure: inflate() wants more input.
 bool isFailure(int result) {
     return result == Z_NEED_DICT || result == Z_DATA_ERROR || result == Z_MEM_ERROR;
 }

@@ -18,12 +18,13 @@ using posix::Stream;
 constexpr std::size_t RStateSize = 8;
 constexpr const char* TemporaryFile = "/dev/shm/zImage_tmp";
 
-// Another call may have created the file between the two steps, and where it is another user's, the
-// folder's sticky bit keeps it from being removed. It goes away at once, unless somebody left it.
+// Another call may create the file between unlink() and open(); if it belongs to another user, the
+// sticky bit of /dev/shm forbids to unlink it. That call unlinks it at once, so only a file that
+// was left behind outlasts this many attempts.
 constexpr int CreationAttempts = 1000;
 
-// The name is removed at once, so that a process that is killed leaves nothing behind and calls
-// that overlap each have a file of their own.
+// Unlinks the name at once: a process that is killed leaves nothing behind, and overlapping calls
+// each have their own file.
 int createTemporaryFile() {
     for (int attempt = 0; attempt < CreationAttempts; ++attempt) {
         if (unlink(TemporaryFile) == -1 && errno != ENOENT && errno != EPERM) {
@@ -55,7 +56,7 @@ Stream openTemporaryFile() {
     return stream;
 }
 
-// All messages carry the name of the one function that callers know.
+// All messages carry the name of the public function.
 #define KERNEL_LOG(level, ...)                                                                     \
     BSP_LOG_AT(coreLog(), level, __LINE__, "Bsp_getKernelRState", __VA_ARGS__)
 
@@ -95,7 +96,7 @@ bool seekArchive(const FileDescriptor& image, const char* fileName) {
     return true;
 }
 
-// The kernel, or null with the reason in the trace.
+// The inflated kernel, or null with the reason in the trace.
 Stream inflate(const FileDescriptor& image) {
     Stream inflated = openTemporaryFile();
     if (inflated == nullptr) {
@@ -112,12 +113,13 @@ Stream inflate(const FileDescriptor& image) {
 } // namespace
 
 int Bsp_getKernelRState(const char* fileName, char* buffer, size_t size) {
-    // The expression stands for the argument's name here, as readers of traces know it.
+    // The record shows this expression as the name of the argument; readers of traces know it in
+    // this form.
     BSP_LOG_ENTER(coreLog(), "(", "fileName ? fileName : \"(null)\"=", fileName, ")");
     if (!areUsable(fileName, buffer, size)) {
         return -1;
     }
-    // A FIFO is refused when it is sought in, without waiting for its writer before.
+    // O_NONBLOCK: opening a FIFO does not wait for its writer, and lseek() then refuses it.
     const FileDescriptor image =
         FileDescriptor::own(open(fileName, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!image) {

@@ -17,10 +17,10 @@ namespace {
 constexpr std::string_view Marker = "Linux version";
 constexpr std::size_t LongestBanner = 1024;
 
-/// A whole file, mapped for reading.
+/// Maps a whole file for reading.
 class FileMapping {
 public:
-    /// A file that is larger than the address space is not mapped.
+    /// Does not map a file that is larger than the address space.
     FileMapping(int fd, off_t size) : m_size(static_cast<std::size_t>(size)) {
         if (static_cast<off_t>(m_size) == size) {
             m_memory = mmap(nullptr, m_size, PROT_READ, MAP_PRIVATE, fd, 0);
@@ -42,7 +42,8 @@ private:
     std::size_t m_size;
 };
 
-// Where the marker ends. The byte that breaks a partial match is not taken for a new start.
+// Where the marker ends. The search does not try the byte that breaks a partial match as a new
+// start.
 std::size_t findMarkerEnd(std::string_view image) {
     std::size_t start = 0;
     while ((start = image.find(Marker.front(), start)) != std::string_view::npos) {
@@ -65,7 +66,7 @@ void parseBanner(std::string_view banner, char* rState) {
     std::array<char, LongestBanner + 1> text{};
     banner.copy(text.data(), LongestBanner);
     int numbers[3];
-    std::sscanf( // NOLINT(cert-err34-c): a part that is missing is no error
+    std::sscanf( // NOLINT(cert-err34-c): a missing part is no error
         text.data(), "%d.%d.%d.%7[a-zA-Z0-9]", &numbers[0], &numbers[1], &numbers[2], rState);
 }
 
@@ -73,7 +74,7 @@ void parseBanner(std::string_view banner, char* rState) {
 
 char* Bsp_findLinuxVersion(std::FILE* image, char* buffer) {
     BSP_LOG_ENTER(coreLog(), "()");
-    // This also writes out what the stream still buffers, so that the mapping has it.
+    // This also flushes the stream, so that the mapping has all of it.
     if (std::fseek(image, 0, SEEK_SET) != 0) {
         BSP_LOG(coreLog(), 1, "fseek failed with errno = ", std::strerror(errno));
     }

@@ -16,19 +16,18 @@ namespace {
 using os::bsp::coreLog;
 using posix::FileDescriptor;
 
-/// The bytes of the image, with a zero behind them.
+/// The bytes of the image, and a zero after them.
 struct Image {
     posix::Malloced<char[]> bytes;
     std::size_t size = 0;
 };
 
-/// A caller's buffer.
 struct Destination {
     char* text;
     std::size_t size;
 };
 
-// All messages carry the name of the one function that callers know.
+// All messages carry the name of the public function.
 #define UBOOT_LOG(level, ...)                                                                      \
     BSP_LOG_AT(coreLog(), level, __LINE__, "Bsp_getUbootProductInfo", __VA_ARGS__)
 
@@ -44,7 +43,7 @@ Image allocate(std::uint64_t size) {
     return image;
 }
 
-// Null bytes, with the reason in the trace, when the device cannot be read.
+// `bytes` is null, and the reason is in the trace, if the device cannot be read.
 Image readImage(const FileDescriptor& device, const char* deviceName) {
     const off_t size = lseek(device.get(), 0, SEEK_END);
     if (size == -1) {
@@ -107,7 +106,7 @@ bool isUsable(const Destination& destination) {
 
 } // namespace
 
-// NOLINTBEGIN(readability-non-const-parameter): they are written through a Destination
+// NOLINTBEGIN(readability-non-const-parameter): the function writes them through a Destination
 int Bsp_getUbootProductInfo(
     const char* deviceName, char* productNumber, size_t productNumberSize, char* rState,
     size_t rStateSize) {
@@ -121,7 +120,7 @@ int Bsp_getUbootProductInfo(
     if (!isUsable(product) || !isUsable(revision)) {
         return -1;
     }
-    // A FIFO is refused when its size is asked for, without waiting for its writer before.
+    // O_NONBLOCK: opening a FIFO does not wait for its writer, and lseek() then refuses it.
     const FileDescriptor device =
         FileDescriptor::own(open(deviceName, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!device) {
