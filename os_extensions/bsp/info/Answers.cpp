@@ -11,9 +11,9 @@
 namespace bspinfo {
 namespace {
 
-constexpr int Schema = 2; // goes up when a program that reads the output has to be changed
+constexpr int Schema = 2; // goes up if programs that read the output must change
 constexpr std::size_t NameWidth = 22;
-constexpr std::size_t TextWidth = 7; // in front of columns
+constexpr std::size_t TextWidth = 7; // before columns
 
 const char* nameOf(State state) {
     constexpr const char* Names[] = {"known", "unknown", "assumed", "unreadable"};
@@ -51,7 +51,7 @@ void printText(const Answers& answers) {
     }
 }
 
-// In single quotes only a single quote means anything to a shell.
+// In single quotes, a shell interprets only the single quote.
 std::string shellQuoted(const std::string& text) {
     std::string result = "'";
     for (const char character : printable(text)) {
@@ -101,7 +101,7 @@ void printJson(const Answers& answers) {
         fields[name] = toJson(answer);
     }
     const nlohmann::ordered_json whole = {{"schema", Schema}, {"fields", fields}};
-    // What comes from elsewhere may be no UTF-8; the output is ASCII.
+    // Texts from outside may be no UTF-8; the output is ASCII.
     const auto replace = nlohmann::ordered_json::error_handler_t::replace;
     std::puts(whole.dump(2, ' ', true, replace).c_str());
 }

@@ -1,4 +1,4 @@
-/// What is known of a unit, and how it is printed.
+/// What is known about a unit, and how it is printed.
 #pragma once
 
 #include <cstdint>
@@ -11,12 +11,12 @@ namespace bspinfo {
 
 enum class State {
     Known,
-    Unknown,   ///< the layer has no name or row for what the unit says
-    Assumed,   ///< rests on what stands in for the unit's own code or variant row
+    Unknown,   ///< the layer has no name or row for the unit's code
+    Assumed,   ///< rests on an assumed code or variant row
     Unreadable ///< could not be read here and now
 };
 
-/// A part of an answer that has a name of its own; as text, padded to a width.
+/// A named part of an answer; the text format pads it to `width`.
 struct Column {
     const char* name;
     std::string text;
@@ -25,10 +25,10 @@ struct Column {
 
 struct Answer {
     State state = State::Known;
-    std::string text;                       // the answer; empty when there is none
+    std::string text;                       // the answer; empty if there is none
     std::optional<std::int64_t> value = {}; // the same as a number, if it is one
     std::string reason = {};                // why it is not known
-    std::string evidence = {};              // what it rests on, when that is asked for
+    std::string evidence = {};              // what it rests on, if requested
     std::vector<Column> columns = {};
 };
 
@@ -44,7 +44,7 @@ inline Answer unreadable(std::string reason) {
     return {.state = State::Unreadable, .text = "", .reason = std::move(reason)};
 }
 
-/// A name is in lower case, its words joined by a dash.
+/// The name is in lower case, its words joined by a dash.
 struct NamedAnswer {
     std::string name;
     Answer answer;
@@ -54,7 +54,7 @@ using Answers = std::vector<NamedAnswer>;
 
 bool isAnyUnreadable(const Answers& answers);
 
-/// 2 when an answer is unreadable, else 1 when one is unknown or assumed, else 0.
+/// 2 if an answer is unreadable, else 1 if one is unknown or assumed, else 0.
 int statusOf(const Answers& answers);
 
 struct Format {
@@ -62,9 +62,9 @@ struct Format {
     void (*print)(const Answers& answers); // to standard output, with a newline at the end
 };
 
-/// Null when there is no format of this name: text, an answer a line; shell, quoted assignments for
-/// eval; json, one object with a schema number. None prints a control character, whatever an answer
-/// contains.
+/// Null if no format has this name. The formats: text, one answer a line; shell, quoted assignments
+/// for eval; json, one object with a schema number. None of them prints a control character,
+/// whatever an answer contains.
 const Format* findFormat(std::string_view name);
 
 } // namespace bspinfo

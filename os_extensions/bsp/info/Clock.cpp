@@ -23,7 +23,7 @@ std::string counted(std::size_t count, const char* one, const char* many) {
     return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
-// Registers are numbered from the first of the configuration.
+// The index counts from the first register of the configuration.
 std::string address(std::size_t index) {
     return hexadecimal(static_cast<std::uint32_t>(clock_chip::ConfigurationRegister + index), 2);
 }
@@ -57,7 +57,7 @@ std::string describeContent(std::FILE* file, const ClockConfig& config) {
            describeRest(file, config.bytes.size() - config.size);
 }
 
-// Where it is, as compilers report it.
+// Gives the position as compilers do.
 std::string describeProblem(
     const std::string& name, const ClockConfig& config, const std::string& problem) {
     return "malformed: " + name + ":" + std::to_string(config.line) + ":" +
@@ -65,7 +65,7 @@ std::string describeProblem(
            config.token.substr(0, ShownCharacters);
 }
 
-// False, with errno set, when it cannot be read.
+// Returns false, with errno set, if the chip cannot be read.
 bool readChip(Registers& registers, std::size_t size) {
     const auto device =
         posix::FileDescriptor::own(open(clock_chip::DeviceName, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -110,7 +110,7 @@ NamedAnswer describeRegister(const ClockConfig& config, const Registers& chip, s
     return {"register-" + address(i), answer};
 }
 
-// A machine without the chip has nothing to compare.
+// On a machine without the chip there is nothing to compare, which is no error.
 Report compare(const ClockConfig& config, bool verbose) {
     Registers chip{};
     if (!readChip(chip, verbose ? chip.size() : config.size)) {
@@ -137,7 +137,7 @@ Report failure(const std::string& problem) {
 }
 
 Report check(const std::string& name, std::string content, bool verbose) {
-    content += '\n'; // of no bytes there is no stream
+    content += '\n'; // fmemopen() refuses an empty buffer
     const posix::Stream file(fmemopen(content.data(), content.size(), "r"));
     if (file == nullptr) {
         return failure(name + ": " + std::strerror(errno));

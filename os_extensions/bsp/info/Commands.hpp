@@ -1,4 +1,4 @@
-/// What bspinfo can be asked for.
+/// The commands of bspinfo.
 #pragma once
 
 #include "Answers.hpp"
@@ -14,7 +14,7 @@ struct Request {
     const Format* format = findFormat("text");
     bool explain = false;
     bool verbose = false;
-    std::string saved;  // the new file that the warm area goes to as well; empty for none
+    std::string saved;  // also write the warm area to this new file; empty for none
     std::string object; // the name of the one object to dump; empty for the whole warm area
     std::span<char* const> operands;
 };
@@ -24,28 +24,28 @@ struct Report {
     int status; // the exit status
 };
 
-/// Prints a line for each field: its name and what it is.
+/// Prints a line for each field: its name and its meaning.
 void listFields();
 
 bool isField(std::string_view name);
 
-/// The fields that the operands name, or all of them. All of them are a report whose exit status
-/// is 0, or 2 when one is unreadable.
+/// Reports the fields that the operands name. Without operands it reports all fields, and the exit
+/// status is 0, or 2 if a field is unreadable.
 Report identify(const Request& request);
 
-/// The revisions of kernel and boot loader in the images that the operands name, or in the unit's
-/// own when there is no operand: a boot loader's is product and R-state. Another image of a kind
-/// has a number behind its name.
+/// Reports the revisions of kernel and boot loader in the images that the operands name, or without
+/// operands in the unit's own. A boot loader's revision is its product and R-state. The second and
+/// every later image of one kind has a number after its name.
 Report software(const Request& request);
 
 /// Checks a configuration file of the clock chip and compares it with the chip. The exit status is
-/// 0 when nothing differs or there is no chip, 1 when something differs or the file is malformed, 2
-/// when file or chip cannot be read.
+/// 0 if nothing differs or there is no chip, 1 if something differs or the file is malformed, 2 if
+/// file or chip cannot be read.
 Report clock(const Request& request);
 
-/// The warm area of the unit, with what processes share about it, or a dump of one. The exit status
-/// is 0 when the blocks are whole, 1 when they are not, or have no object of the wanted name, 2
-/// when something cannot be read. Throws std::system_error when the file cannot be written.
+/// Reports the unit's warm area and its shared objects, or a dump of a warm area. The exit status
+/// is 0 if the blocks are whole; 1 if they are not, or if none has the requested name; 2 if
+/// something cannot be read. Throws std::system_error if the file cannot be written.
 Report warm(const Request& request);
 
 } // namespace bspinfo

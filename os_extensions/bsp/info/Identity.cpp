@@ -28,22 +28,22 @@ namespace {
 using namespace os::bsp;
 using std::to_string;
 
-/// What of the unit's own an answer rests on.
+/// Which of the unit's own data an answer rests on.
 enum class Basis {
-    Nothing,      // it is the same on all units, or comes from the configuration store
+    Nothing,      // the answer is the same on all units, or comes from the configuration store
     Code,         // the hardware code, which comes from the EEPROM
     Row,          // the variant row of that code
-    RestartSource // what chooses the source of the restart's cause: the code, then the row
+    RestartSource // the code, then the row: they select the source of the restart's cause
 };
 
 struct Field {
     const char* name;
     const char* meaning;
-    const char* noun; // what is not listed when the answer is unknown
+    const char* noun; // what is not listed if the answer is unknown
     Basis basis;
     Answer (*query)();        // known, unknown or unreadable
-    std::string (*source)();  // what the answer comes from, with its value
-    std::string (*further)(); // what else it comes from; null for nothing
+    std::string (*source)();  // where the answer comes from, with the value there
+    std::string (*further)(); // a second source; null for none
 };
 
 struct Eeprom {
@@ -55,7 +55,7 @@ struct Eeprom {
     }
 };
 
-// A read that succeeds here does not say that the layer's own did.
+// Reads the EEPROM again and compares: this read may succeed although the layer's own has failed.
 const Eeprom& eeprom() {
     static const Eeprom once = [] {
         Eeprom eeprom;
@@ -73,7 +73,7 @@ bool hasVariantRow() {
     return *Bsp_getQorHwVariant() == getHwCode();
 }
 
-// Why an answer is only assumed; empty when it rests on what is the unit's own.
+// Why an answer is only assumed; empty if it rests on the unit's own data.
 std::string assumptionOf(Basis basis) {
     if (basis == Basis::Nothing) {
         return "";
@@ -86,7 +86,7 @@ std::string assumptionOf(Basis basis) {
     return onRow && !hasVariantRow() ? "no variant row has the EEPROM's code" : "";
 }
 
-// The layer has no name or row for it.
+// For a value without a name or row in the layer.
 Answer unlisted(std::optional<std::int64_t> value = {}) {
     return {.state = State::Unknown, .text = "", .value = value};
 }
@@ -114,7 +114,7 @@ Answer variantRow() {
     return hwVariants.empty() ? unlisted() : known(number, std::stoi(number));
 }
 
-// What answers come from: the word, key, register or marker, and its value on this unit.
+// Where answers come from: the word, key, register or marker, and its value on this unit.
 namespace source {
 
 std::string code() {
@@ -187,7 +187,7 @@ std::string sameOnAll() {
 
 } // namespace source
 
-// A query whose answers have names. A value that has none is that of the table's last row.
+// A query whose answers have names. A value without a name gets that of the last row of the table.
 template <auto query, auto table>
 Answer named() {
     const auto value = static_cast<std::int32_t>(query());
@@ -195,7 +195,7 @@ Answer named() {
     return name != table().back().name ? known(name, value) : unlisted(value);
 }
 
-// Counts are answered for unknown hardware, too.
+// The layer returns a count also for unknown hardware.
 template <auto query>
 Answer counted(bool isListed) {
     const std::uint32_t count = query();
@@ -210,7 +210,7 @@ Answer radiolinks() {
     return counted<getNumberOfRadiolinks>(getTrafficBackplane() != TrafficBackplaneType::EndOfList);
 }
 
-// Images are kept under the names in lower case.
+// The keys of images are the names in lower case.
 Answer trafficFpgaImage() {
     std::string key = lookupName(trafFpgaTypeNames(), getTrafFpgaType());
     std::transform(key.begin(), key.end(), key.begin(), [](unsigned char letter) {
@@ -220,7 +220,7 @@ Answer trafficFpgaImage() {
     return path != nullptr ? known(path) : unlisted();
 }
 
-// An id is made of any two numbers, but names a board only if both have names.
+// Any two numbers give an id, but it is a board's only if both have names.
 Answer boardId() {
     const auto isNamed = [](const Answer& answer) {
         return answer.state == State::Known;
@@ -236,10 +236,10 @@ Answer boardId() {
 template <auto query>
 Answer board() {
     const std::string name = query();
-    return name != "Unknown board revision" ? known(name) : unlisted();
+    return name != UnknownBoardRevision ? known(name) : unlisted();
 }
 
-// The layer calls Unknown what the register says of itself, and what it could not read.
+// The layer returns Unknown both if the register says so and if it cannot be read.
 Answer lastRestart() {
     if (resetSource() == ResetSource::Register && !readResetRegister()) {
         return unreadable("register top.sys_ctrl0 cannot be read");
@@ -297,7 +297,7 @@ std::string evidenceOf(const Field& field) {
     return field.source() + (field.further != nullptr ? ", " + field.further() : "");
 }
 
-// The answer with the state that it has given what the field rests on.
+// Adjusts the answer to what the field rests on, and adds reason and evidence.
 Answer qualified(Answer answer, const Field& field, bool explain) {
     if (answer.state == State::Unknown) {
         answer.reason = std::string("no ") + field.noun + " is listed for " + field.source();
@@ -312,7 +312,7 @@ Answer qualified(Answer answer, const Field& field, bool explain) {
     return answer;
 }
 
-// An exception of the platform's becomes an answer, too.
+// An exception from the platform becomes an answer, too.
 Answer ask(const Field& field, bool explain) {
     try {
         const Answer answer = field.query();

@@ -10,8 +10,8 @@
 
 namespace bspinfo {
 
-/// While it lives, what the layer reports on standard error is kept here: an answer says what is
-/// wrong, and a unit's trace library may have no control of levels.
+/// Captures standard error as long as it lives: an answer says what is wrong, so the layer's
+/// messages need not appear, and a unit's trace library may have no control of levels.
 class LayerMessages {
 public:
     LayerMessages()
@@ -26,16 +26,16 @@ public:
         if (m_standardError) {
             dup2(m_standardError.get(), STDERR_FILENO);
         } else {
-            close(STDERR_FILENO); // as it was
+            close(STDERR_FILENO); // it was closed before
         }
     }
     LayerMessages(const LayerMessages&) = delete;
     LayerMessages& operator=(const LayerMessages&) = delete;
 
-    /// The text of the layer's first message of level 1, which names the cause of those after it;
-    /// empty when there is none, or the trace library writes elsewhere.
+    /// The text of the layer's first level-1 message, which names the cause of the later ones;
+    /// empty if there is none, or if the trace library writes elsewhere.
     std::string firstError() const {
-        constexpr const char* Function = "(): "; // in front of a message's text
+        constexpr const char* Function = "(): "; // before the text of a message
         std::istringstream messages(content());
         for (std::string line; std::getline(messages, line);) {
             const auto function = line.find(Function);

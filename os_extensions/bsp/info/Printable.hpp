@@ -1,4 +1,4 @@
-/// Text that a terminal may get.
+/// Text that is safe to print on a terminal.
 #pragma once
 
 #include <algorithm>
@@ -10,27 +10,27 @@
 
 namespace bspinfo {
 
-/// ASCII only: on a terminal that is not set to UTF-8, a byte of a harmless letter is a control
-/// character.
+/// ASCII only: on a terminal that is not set to UTF-8, a byte of a multi-byte letter can be a
+/// control character.
 inline bool isPrintable(char byte) {
     return byte >= ' ' && byte <= '~';
 }
 
-/// The text with a question mark in the place of each byte that may not go to a terminal.
+/// The text with a question mark in place of each byte that is not printable.
 inline std::string printable(std::string text) {
     std::replace_if(
         text.begin(), text.end(), [](char byte) { return !isPrintable(byte); }, '?');
     return text;
 }
 
-/// The number with a leading 0x and at least so many digits.
+/// The number with a leading 0x and at least `digits` digits.
 inline std::string hexadecimal(std::uint32_t number, int digits) {
     char text[16];
     std::snprintf(text, sizeof text, "0x%0*lx", digits, static_cast<unsigned long>(number));
     return text;
 }
 
-/// The bytes in two digits each, with blanks between.
+/// The bytes, two digits each, separated by spaces.
 inline std::string hexadecimal(std::span<const std::byte> bytes) {
     std::string text;
     for (const std::byte byte : bytes) {

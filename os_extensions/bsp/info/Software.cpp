@@ -17,14 +17,15 @@ constexpr const char* NotFound = "Not found";
 
 using Text = char[32];
 
-// The layer's messages that say what the image is, rather than why it cannot be read.
+// Messages of the layer that mean "not a kernel image"; all others mean that the image cannot be
+// read.
 constexpr std::string_view NoKernel[] = {
     "Couldn't find ZLIB header",
     "File error before archive found. read() returned 0",
     "No Linux version found",
 };
 
-// The layer does not report the system's reason.
+// Opens the image for its errno, which the layer does not report.
 std::string problemWithOpening(const char* image) {
     return posix::FileDescriptor::own(open(image, O_RDONLY | O_NONBLOCK | O_CLOEXEC))
                ? ""
@@ -68,7 +69,7 @@ Answer ofKind(const char* image, Answer (*revision)(const char*)) {
     return problem.empty() ? revision(image) : unreadable(problem);
 }
 
-// A kernel image is known by its archive, so it is tried first.
+// Tries the kernel first, because its archive identifies it.
 NamedAnswer ofAnyKind(const char* image) {
     const Answer kernel = ofKind(image, kernelRevision);
     if (kernel.state == State::Known) {
@@ -86,7 +87,7 @@ NamedAnswer ofAnyKind(const char* image) {
     return {"image", unknown(std::string(image) + ": no revision found")};
 }
 
-// The first image of a kind has its name, the others have a number behind it.
+// The first image of a kind has the plain name; a number follows the name of the others.
 std::string numbered(const std::string& kind, const Answers& before) {
     const auto count = std::count_if(before.begin(), before.end(), [&](const NamedAnswer& other) {
         return other.name.starts_with(kind);

@@ -47,7 +47,7 @@ Answers describeBlocks(const WarmArea& area, const std::vector<std::string>& mut
     return answers;
 }
 
-// To a new file: nothing that lies there, be it a device, is written over.
+// "x": creates a new file and never overwrites anything, not even a device.
 void save(const std::string& path, const WarmArea& area) {
     const posix::Stream file(std::fopen(path.c_str(), "wxe"));
     const bool done = file != nullptr &&
@@ -62,7 +62,7 @@ void append(Answers& answers, const Answers& more) {
     answers.insert(answers.end(), more.begin(), more.end());
 }
 
-// Mutexes and lock are this run's: they say nothing about a dump.
+// Mutexes and lock belong to the current system run, so a dump has none.
 Report describe(const WarmArea& area, bool isDump) {
     Answer mutexState = known("one for each block");
     const auto mutexes = isDump ? std::vector<std::string>() : describeMutexes(mutexState);
@@ -111,7 +111,7 @@ Report warm(const Request& request) {
     if (mapping.memory == nullptr) {
         return {{{"area", unreadable(mapping.problem)}}, 2};
     }
-    // A copy, because others may write to it meanwhile.
+    // A copy, because other processes may write to the area meanwhile.
     const auto area = std::make_unique<WarmArea>(*static_cast<const WarmArea*>(mapping.memory));
     if (!request.saved.empty()) {
         save(request.saved, *area);

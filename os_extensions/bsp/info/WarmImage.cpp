@@ -24,7 +24,7 @@ namespace {
 
 struct Problem {
     const char* text;
-    std::string blocks; // their numbers; empty when there is no such problem
+    std::string blocks; // their numbers; empty if there is no such problem
 };
 
 std::string joined(std::initializer_list<Problem> problems) {
@@ -37,7 +37,8 @@ std::string joined(std::initializer_list<Problem> problems) {
     return text;
 }
 
-// Where the mutex has its kind, on the unit and on 64-bit machines: dumps come from both.
+// Looks for the mutex's kind at its offset on the unit and at that on 64-bit machines: dumps come
+// from both.
 bool hasMutex(const Block& block) {
     constexpr std::size_t Places[] = {16, 24};
     constexpr auto Own = offsetof(SlotLayout, mutex) + offsetof(pthread_mutex_t, __data.__kind);
@@ -127,7 +128,7 @@ std::string problemOf(const WarmArea& area) {
 const Block* findObject(const WarmArea& area, std::string_view name) {
     for (const Block& block : area.blocks) {
         if (kindOf(block) == BlockKind::Free) {
-            break; // nobody finds what lies behind
+            break; // the layer's scan ends here, too
         }
         if (kindOf(block) == BlockKind::Used && nameOf(block) == name) {
             return &block;

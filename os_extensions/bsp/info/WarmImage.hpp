@@ -1,4 +1,4 @@
-/// The warm memory and what processes share about it, as it lies: only looked at.
+/// Reads the warm area and the shared objects, and changes nothing in them.
 #pragma once
 
 #include "Answers.hpp"
@@ -9,37 +9,37 @@
 
 namespace bspinfo {
 
-/// What the C library notes in an ordinary mutex that processes share.
+/// The kind that the C library stores in an ordinary mutex that processes share.
 inline constexpr int SharedMutexKind = 128;
 
 enum class BlockKind { Free, Used, Noise };
 
-/// Memory mapped for the rest of the process, or null and why there is none.
+/// Memory that stays mapped until the process ends; or null and the reason.
 struct Mapping {
     const void* memory;
     std::string problem;
     bool exists = true;
 };
 
-/// Maps an object of exactly this size for reading. One of another size is none, or unfinished; a
-/// device tells no size. A file that is cut short later ends the process that reads on, with
-/// SIGBUS.
+/// Maps an object of exactly this size for reading. A file of another size is refused: it is no
+/// such object, or is unfinished. A device has no size to check. If another process truncates the
+/// file later, reading on raises SIGBUS.
 Mapping mapForReading(const std::string& path, std::size_t size);
 
-/// The name up to its end, even if that is noise.
+/// The name up to its first zero byte, even if it is noise.
 std::string_view nameOf(const os::bsp::dtcm::Block& block);
 
-/// A name of a used block has 1 to 15 printable characters, and zeroes behind them.
+/// Used if the name has 1 to 15 printable characters and zeroes after them.
 BlockKind kindOf(const os::bsp::dtcm::Block& block);
 
-/// All that is wrong with the blocks, in a line; empty when they are used from the first on without
-/// a gap, each under a name of its own.
+/// All that is wrong with the blocks, in a line. Empty if the used blocks form an unbroken run from
+/// the first, each with a name of its own.
 std::string problemOf(const os::bsp::dtcm::WarmArea& area);
 
-/// The block that the layer finds under this name; null when there is none.
+/// The block that the layer finds under this name; null if there is none.
 const os::bsp::dtcm::Block* findObject(const os::bsp::dtcm::WarmArea& area, std::string_view name);
 
-/// The slot id that a warm area holds, be it the unit's or that of a 64-bit machine.
+/// The slot id in a warm area of the unit or of a 64-bit machine.
 Answer slotId(const os::bsp::dtcm::WarmArea& area);
 
 } // namespace bspinfo

@@ -23,24 +23,24 @@ namespace {
 using namespace os::bsp::dtcm;
 using std::to_string;
 
-// Where the C library keeps shared memory, and semaphores under a longer name.
+// Where the C library keeps shared memory; semaphores have the prefix "sem." there.
 const std::string Folder = "/dev/shm";
 
 constexpr int RobustSharedMutexKind = SharedMutexKind | 16;
 
-// Others write it meanwhile: what is read decides, and is not read again.
+// Volatile, because other processes write it meanwhile: the compiler must not read it twice.
 template <class Word>
 Word readOnce(const Word& word) {
     return static_cast<const volatile Word&>(word);
 }
 
-// A thread that has ended, or of a container whose threads are numbered apart.
+// For a thread that has ended, or that belongs to a container with its own pid namespace.
 const char* absence(pid_t thread) {
     return kill(thread, 0) == -1 && errno == ESRCH ? ", not here" : "";
 }
 
 std::string describeMutex(const pthread_mutex_t& mutex) {
-    const int word = readOnce(mutex.__data.__lock); // 2 when others may wait
+    const int word = readOnce(mutex.__data.__lock); // 2 if others may wait
     const int owner = readOnce(mutex.__data.__owner);
     if (readOnce(mutex.__data.__kind) != SharedMutexKind || word < 0 || word > 2) {
         return "noise";
@@ -56,7 +56,7 @@ std::string numberAndName(const std::string& number) {
     return name.empty() ? number : number + " " + name.substr(0, name.size() - 1);
 }
 
-// A robust mutex has the number of its owner's thread in it, and is marked when that has died.
+// The lock word of a robust mutex contains its owner's thread id, and a flag if the owner has died.
 std::string ownerOf(const pthread_mutex_t& mutex) {
     const auto word = static_cast<std::uint32_t>(readOnce(mutex.__data.__lock));
     const auto owner = static_cast<pid_t>(word & FUTEX_TID_MASK);
@@ -70,7 +70,7 @@ std::string ownerOf(const pthread_mutex_t& mutex) {
                       : "held by thread " + numberAndName(to_string(owner)) + absence(owner);
 }
 
-// A shared object that nobody has created yet is an answer, too.
+// A shared object that no process has created yet is an answer, too.
 Answer absenceOf(const Mapping& object, const std::string& reason) {
     return object.exists ? unreadable(object.problem) : known("none: " + reason);
 }
@@ -81,7 +81,7 @@ Answer describeSemaphore() {
     if (semaphore.memory == nullptr) {
         return absenceOf(semaphore, "not created, or unlinked when its creator ended");
     }
-    int value = 0; // asking writes nothing
+    int value = 0; // sem_getvalue() writes nothing
     sem_getvalue(static_cast<sem_t*>(const_cast<void*>(semaphore.memory)), &value);
     return known(to_string(value), value);
 }
@@ -98,7 +98,7 @@ bool isNumber(const std::string& text) {
     return text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-// A process that has ended meanwhile uses nothing.
+// A process that has ended in the meantime uses nothing.
 Use useOf(const std::string& process) {
     const auto maps = posix::readFile("/proc/" + process + "/maps");
     if (!maps) {

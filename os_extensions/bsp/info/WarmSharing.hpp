@@ -1,4 +1,4 @@
-/// Lock, mutexes and users of the warm database, which processes share: only looked at.
+/// Reports the lock, the mutexes and the users of the warm database, and changes nothing in them.
 #pragma once
 
 #include "Answers.hpp"
@@ -8,11 +8,11 @@
 
 namespace bspinfo {
 
-/// The lock, how far its owner is with the semaphore, the semaphore and the cold restart.
+/// The lock, the progress of its owner with the semaphore, the semaphore, and the cold restart.
 Answers describeLock();
 
-/// The state of each block's mutex; none, with the reason in `problem`, when they are not there or
-/// cannot be read.
+/// The state of each block's mutex. Empty, with the reason in `problem`, if the mutexes do not
+/// exist or cannot be read.
 std::vector<std::string> describeMutexes(Answer& problem);
 
 /// The processes that have the warm area, its mutexes or the run record mapped.

@@ -1,4 +1,4 @@
-/// bspinfo: what this unit is, and why. It changes nothing that the unit has.
+/// bspinfo: identifies the unit and explains how it knows. It changes nothing on the unit.
 #include "Commands.hpp"
 #include "Printable.hpp"
 
@@ -15,7 +15,7 @@ namespace {
 using namespace bspinfo;
 
 constexpr int Unreadable = 2;
-constexpr int WrongUsage = 64; // as sysexits.h has it
+constexpr int WrongUsage = 64; // EX_USAGE of sysexits.h
 
 constexpr const char* Usage =
     "Usage: bspinfo [--format=FORMAT] [--explain] [FIELD...]\n"
@@ -36,7 +36,7 @@ constexpr const char* Options = "\n"
                                 "\n"
                                 "Fields:\n";
 
-// Options without a letter have numbers that are none.
+// Options without a letter have numbers above all characters.
 enum OptionNumber : int { Format = 256, Explain, Software, Object, Save, Verbose, Help, Version };
 
 constexpr option OptionRows[] = {
@@ -57,7 +57,7 @@ constexpr unsigned bit(int option) {
 
 using Operands = std::span<char* const>;
 
-// The exit status of what ends here.
+// The exit status if the program ends at this point.
 using Exit = std::optional<int>;
 
 int refuse(const std::string& what, const std::string& why) {
@@ -109,7 +109,8 @@ int showVersion() {
     return EXIT_SUCCESS;
 }
 
-// The option that getopt could not read. It leaves a cluster of letters before it has read all.
+// The option that getopt could not read. Inside a cluster of letters, optind is still at the
+// cluster, so optopt names the letter.
 std::string unreadOption(char** argv) {
     const bool isLetter = optopt > 0 && optopt < Format;
     return isLetter ? std::string("-") + static_cast<char>(optopt) : argv[optind - 1];
@@ -173,7 +174,7 @@ Exit checkOptions(unsigned foreign) {
 int run(int argc, char** argv) {
     Request request;
     unsigned given = 0;
-    opterr = 0; // getopt would print what the user wrote as it is
+    opterr = 0; // getopt would print the user's text with its control characters
     for (int option = 0; (option = getopt_long(argc, argv, ":h", OptionRows, nullptr)) != -1;) {
         if (const Exit exit = takeOption(option, argv, request)) {
             return *exit;

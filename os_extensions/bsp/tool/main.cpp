@@ -8,8 +8,7 @@ namespace {
 struct Function {
     const char* name;
     const char* description;
-    int (*handler)(
-        int argc, char** argv); // takes the arguments after the name, returns the exit status
+    int (*handler)(int argc, char** argv); // of what follows the name; returns the exit status
 };
 
 int writeConfig(int /*argc*/, char** /*argv*/) {
