@@ -19,8 +19,8 @@ namespace {
 
 using namespace os::bsp;
 
-// Looks in the kernel's list of mappings, because nothing else tells: if the layer cannot map the
-// warm area it uses private memory, where everything works and is lost when the process ends.
+// Looks in the kernel's list of mappings, because nothing else shows it: if the layer cannot map
+// the warm area, it uses private memory, which works as well but is lost when the process ends.
 bool isShared(const void* memory) {
     const auto address = reinterpret_cast<std::uintptr_t>(memory);
     std::ifstream mappings("/proc/self/maps");

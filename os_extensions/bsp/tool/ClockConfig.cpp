@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t LongestToken = 4096;
 
 // Reads the next token: empty at the end of the file and after a read error, cut one character
-// behind the longest one that is accepted.
+// after the longest one that is accepted.
 void readToken(std::FILE* file, ClockConfig& config) {
     config.column += config.token.size();
     config.token.clear();

@@ -241,7 +241,7 @@ void DatabaseLock::waitAlone() {
     }
 }
 
-// A death between these stores leaves Moving: nobody may hold the semaphore.
+// A death between these stores leaves Moving: possibly nobody holds the semaphore.
 void DatabaseLock::note(std::uint32_t number, Progress progress) {
     store(m_record->progress, Progress::Moving);
     store(m_record->semaphore, number);

@@ -9,7 +9,7 @@
 namespace os::bsp::dtcm {
 namespace {
 
-/// Where the scan for a name ends: at its block, at the first free block, or behind the last block.
+/// Where the scan for a name ends: at its block, at the first free block, or after the last block.
 struct Place {
     std::size_t index;
     bool found;
@@ -54,7 +54,7 @@ private:
     Words m_mask{};
 };
 
-// Used blocks form an unbroken run from the first, so no object lies behind a free block. noinline:
+// Used blocks form an unbroken run from the first, so no object follows a free block. noinline:
 // when inlined, the 8-byte loads of the name follow the byte stores at once and stall on store
 // forwarding.
 [[gnu::noinline]] Place scan(WarmArea& area, const NameField& name) {

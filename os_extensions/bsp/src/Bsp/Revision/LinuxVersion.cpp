@@ -60,7 +60,7 @@ std::size_t findMarkerEnd(std::string_view image) {
     return std::string_view::npos;
 }
 
-// `banner` begins behind the marker, with one separating character.
+// `banner` begins after the marker, with one separating character.
 void parseBanner(std::string_view banner, char* rState) {
     banner.remove_prefix(std::min<std::size_t>(1, banner.size()));
     std::array<char, LongestBanner + 1> text{};

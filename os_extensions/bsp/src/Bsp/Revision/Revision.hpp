@@ -24,5 +24,5 @@ int Bsp_inflateArchive(int fd, std::FILE* out);
 /// Finds the kernel's version banner in the inflated image, and writes the R-state, the fourth part
 /// of the release, to `buffer`: at most 7 letters and digits and a zero. Returns `buffer`,
 /// unchanged if the banner has no fourth part, or null if there is no banner. It does not find a
-/// banner directly behind a part of its own marker ("LinuLinux version").
+/// banner directly after a part of its own marker ("LinuLinux version").
 char* Bsp_findLinuxVersion(std::FILE* image, char* buffer);
