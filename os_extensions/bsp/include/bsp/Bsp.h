@@ -165,8 +165,8 @@ BSP_EXPORT int Bsp_getKernelRState(const char* fileName, char* buffer, size_t si
 
 /// Reads the texts that follow "Product number: " and "R-state: " in the boot loader's image into
 /// the buffers, each of at least 1 byte. A text ends at the end of its line or at the first zero
-/// byte; it is cut to fit and gets a terminating zero. The first occurrence of a label counts; "Not
-/// found" stands for a label that is missing.
+/// byte; it is cut to fit and gets a terminating zero. The first occurrence of a label counts; the
+/// buffer of a missing one gets "Not found".
 ///
 /// Returns 0, or -1 if the image cannot be read, with both buffers untouched and the reason on the
 /// trace "bsp.core". The call needs memory for the whole image. Calls may overlap.

@@ -125,7 +125,7 @@ DatabaseLock::Result DatabaseLock::openSemaphore() {
         error = semaphore != SEM_FAILED ? 0 : errno;
     } while (fileNumber(DatabaseSemaphoreFile) != m_number || (m_number == 0 && error == 0));
     sem_t* const old = m_semaphore.exchange(semaphore);
-    if (old != nullptr && !m_mutexFailed) { // else a thread without the mutex may use it
+    if (old != nullptr && !m_mutexFailed) { // else a thread without the mutex may use old
         sem_close(old);
     }
     m_openError = error;
@@ -257,7 +257,7 @@ void DatabaseLock::changeSemaphore() {
     }
     const std::uint32_t number = load(m_record->semaphore);
     if (load(m_semaphore) == nullptr) {
-        m_number = number; // the mutex alone, until that changes
+        m_number = number; // the mutex alone is the lock until the record changes
     } else if (number != 0 && number != m_number) {
         note(0, Progress::Away);
     }
