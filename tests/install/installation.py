@@ -17,6 +17,7 @@ VUNIT = PROJECT / "virtual-unit/vunit"
 # A cross-linker does not find the libraries that a library needs without -rpath-link.
 LINK = f"-Wl,-rpath-link,{LIBRARIES}:{SDK_LIB}"
 environ["LDFLAGS"] = f"'{LINK}'"
+environ["CMAKE_GENERATOR"] = "Ninja"  # there need be no make
 
 
 def run(*command, status=0, **options):
@@ -37,7 +38,7 @@ def configure(source, build, *options, status=0):
 
 def build(source, directory, *options):
     configure(source, directory, *options)
-    run(CMAKE, "--build", directory, "--parallel", len(os.sched_getaffinity(0)))
+    run(CMAKE, "--build", directory)
 
 
 def on_unit(*command, emulator=EMULATOR, **options):
