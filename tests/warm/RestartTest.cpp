@@ -211,7 +211,7 @@ const Fault Faults[] = {
      NoArea + ", error: Operation not permitted\n" + NoSync + "Operation not permitted\n"},
     {[] { // a damaged record
          logOf([] { database(); });
-         const auto size = std::filesystem::file_size("/dev/shm/DtcmRun");
+         const std::size_t size = unit::readFile("/dev/shm/DtcmRun").size();
          unit::writeFile("/dev/shm/DtcmRun", std::string(size, '\xff'));
      },
      NoMutex + NoMutex + NoMutex},
