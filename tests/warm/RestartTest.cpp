@@ -122,6 +122,7 @@ TEST(Startup, AFirstProcessWithoutTheSemaphoreHandlesTheColdRestart) {
     EXPECT_EQ(first.wait().status, 0);
 }
 
+#ifndef __SANITIZE_THREAD__ // its pthread_once() does not start again in a forked child
 TEST(Startup, AChildForkedDuringTheStartOfAnotherThreadCanStartItself) {
     unit::restart(unit::Warm, "");
     asked = [] {
@@ -139,6 +140,7 @@ TEST(Startup, AChildForkedDuringTheStartOfAnotherThreadCanStartItself) {
     });
     EXPECT_EQ(child.status, 0) << child.err;
 }
+#endif
 
 TEST(Startup, OnlyTheCreatorUnlinksTheSharedObjects) {
     const auto bothThere = [] {
@@ -174,7 +176,8 @@ const std::string Number = ": Caught unknown exception\n";
 const std::string NoRecord =
     "2 useRunRecord(): Warning: no /DtcmRun, the death of a process is not noticed, error: ";
 const std::string NoSemaphore = "1 initDatabaseSemaphore(): error in sem_open error: ";
-const std::string NoMutex = "1 lock(): error in pthread_mutex_lock error: Invalid argument\n";
+[[maybe_unused]] const std::string NoMutex =
+    "1 lock(): error in pthread_mutex_lock error: Invalid argument\n";
 const std::string NoSync = "1 initBlockSynchronization(): error in shm_open error: ";
 
 std::string noneOf(const std::string& error) {
@@ -209,12 +212,14 @@ const Fault Faults[] = {
     {[] { limit(RLIMIT_NOFILE, 4); }, NoArea + "\n" + noneOf("Too many open files\n")},
     {[] { limit(RLIMIT_MEMLOCK, 0); },
      NoArea + ", error: Operation not permitted\n" + NoSync + "Operation not permitted\n"},
-    {[] { // a damaged record
+#ifndef __SANITIZE_THREAD__ // it reports the damaged mutex itself
+    {[] {                   // a damaged record
          logOf([] { database(); });
          const std::size_t size = unit::readFile("/dev/shm/DtcmRun").size();
          unit::writeFile("/dev/shm/DtcmRun", std::string(size, '\xff'));
      },
      NoMutex + NoMutex + NoMutex},
+#endif
     {[] {
          asked = [] {
              throw std::runtime_error("no reset type");
