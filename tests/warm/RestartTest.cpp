@@ -47,9 +47,9 @@ BSP_EXPORT os::bsp::PlatformType os::bsp::getPlatformType() {
     return original(getPlatformType, "_ZN2os3bsp15getPlatformTypeEv")();
 }
 
-extern "C" BSP_EXPORT sem_t* sem_open(const char* name, int flags, ...) {
+extern "C" BSP_EXPORT sem_t* sem_open(const char* name, int oflag, ...) {
     std::va_list arguments;
-    va_start(arguments, flags);
+    va_start(arguments, oflag);
     const auto mode = va_arg(arguments, mode_t);
     const auto value = va_arg(arguments, unsigned);
     va_end(arguments);
@@ -57,7 +57,7 @@ extern "C" BSP_EXPORT sem_t* sem_open(const char* name, int flags, ...) {
         errno = EMFILE;
         return SEM_FAILED;
     }
-    return original(sem_open, "sem_open")(name, flags, mode, value);
+    return original(sem_open, "sem_open")(name, oflag, mode, value);
 }
 
 extern "C" BSP_EXPORT int sem_trywait(sem_t* sem) {
