@@ -1,5 +1,6 @@
 #include "SharedMemory.hpp"
 
+#include "File.hpp"
 #include "FileLock.hpp"
 #include "Log.hpp"
 
@@ -14,19 +15,8 @@ namespace {
 
 using posix::FileDescriptor;
 
-// Opening comes first, without O_CREAT: with fs.protected_regular, the system refuses O_CREAT on an
-// existing file of another user.
 FileDescriptor openOrCreate(const char* name) {
-    while (true) {
-        FileDescriptor object = FileDescriptor::own(shm_open(name, O_RDWR, 0));
-        if (object || errno != ENOENT) {
-            return object;
-        }
-        FileDescriptor made = FileDescriptor::own(shm_open(name, O_CREAT | O_EXCL | O_RDWR, 0666));
-        if (made || errno != EEXIST) {
-            return made;
-        }
-    }
+    return posix::openOrCreate([&](int flags) { return shm_open(name, flags | O_RDWR, 0666); });
 }
 
 bool isFinished(const FileDescriptor& object, std::size_t size) {
