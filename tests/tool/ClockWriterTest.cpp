@@ -141,6 +141,7 @@ TEST(ClockWriter, UnknownRevisionFallsBackToTheLatestBoard) {
     expect(-1, fallback + Error + "/dev/idt could not be opened\n");
     EXPECT_FALSE(std::filesystem::exists(Device));
     unit::writeFile(Device, chip());
+#ifndef _FORTIFY_SOURCE // with it, the layer calls __snprintf_chk()
     // Too little for the longest path.
     limit(RLIMIT_AS, std::stoull(unit::readFile("/proc/self/statm")) * 4096 + (1U << 30));
     for (const auto& [length, step] :
@@ -151,6 +152,7 @@ TEST(ClockWriter, UnknownRevisionFallsBackToTheLatestBoard) {
         expect(-1, fallback + Error + "Failed to " + step + " idt config file path\n");
     }
     measuredLength = 0;
+#endif
     unit::writeFile("/etc/idt_TK5452_XPIC.conf", "1");
     expect(0, fallback + Identified + Notice + "Completed successfully for TK5452_XPIC\n");
 }
