@@ -36,8 +36,9 @@ int main(int argc, char** argv) {
     } else if (task == "hold-lock") {
         WarmDatabase::getInstance().lock();
         pause();
-    }
-    for (int mode = 0; task == "toggle-mode"; mode = 1 - mode) {
-        Bsp_setRadiolinkMode(RadiolinkMode{mode});
+    } else if (task == "toggle-mode") {
+        for (int mode = 0;; mode = 1 - mode) {
+            Bsp_setRadiolinkMode(RadiolinkMode{mode});
+        }
     }
 }
