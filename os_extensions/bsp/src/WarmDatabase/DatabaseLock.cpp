@@ -52,7 +52,7 @@ struct Hold {
     int errors[std::size(CallNames)] = {};
 };
 
-[[gnu::tls_model("initial-exec")]] constinit thread_local Hold held;
+constinit thread_local Hold held;
 
 // Held while a semaphore is opened, created or closed, and by a thread that forks. Otherwise a
 // child could inherit the C library's lock of its semaphore list in the locked state, and nobody
