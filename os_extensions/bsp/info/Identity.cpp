@@ -1,11 +1,9 @@
 #include "Commands.hpp"
 
-#include "Identity/HwCode.hpp"
 #include "LayerMessages.hpp"
-#include "PlatformRoot.hpp"
 #include "Printable.hpp"
-#include "QorConfig.hpp"
 #include "ResetSource.hpp"
+#include "Sources.hpp"
 #include "bsp/BoardId.hpp"
 #include "bsp/Bsp.h"
 #include "bsp/Components.hpp"
@@ -18,7 +16,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cstring>
 #include <exception>
 
@@ -27,14 +24,6 @@ namespace {
 
 using namespace os::bsp;
 using std::to_string;
-
-/// Which of the unit's own data an answer rests on.
-enum class Basis {
-    Nothing,      // the answer is the same on all units, or comes from the configuration store
-    Code,         // the hardware code, which comes from the EEPROM
-    Row,          // the variant row of that code
-    RestartSource // the code, then the row: they select the source of the restart's cause
-};
 
 struct Field {
     const char* name;
@@ -46,53 +35,9 @@ struct Field {
     std::string (*further)(); // a second source; null for none
 };
 
-struct Eeprom {
-    EepromBytes bytes{};
-    int error = 0;
-
-    std::span<const std::byte> code() const {
-        return std::as_bytes(std::span(bytes)).first(QorHwCode().words.size());
-    }
-};
-
-// Reads the EEPROM again and compares: this read may succeed although the layer's own has failed.
-const Eeprom& eeprom() {
-    static const Eeprom once = [] {
-        Eeprom eeprom;
-        const auto& words = getHwCode().words;
-        eeprom.error = readEeprom(eeprom.bytes);
-        if (eeprom.error == 0 && !std::equal(words.begin(), words.end(), eeprom.bytes.begin())) {
-            eeprom.error = EIO;
-        }
-        return eeprom;
-    }();
-    return once;
-}
-
-bool hasVariantRow() {
-    return *Bsp_getQorHwVariant() == getHwCode();
-}
-
-// Why an answer is only assumed; empty if it rests on the unit's own data.
-std::string assumptionOf(Basis basis) {
-    if (basis == Basis::Nothing) {
-        return "";
-    }
-    if (eeprom().error != 0) {
-        return std::string("the EEPROM cannot be read: ") + std::strerror(eeprom().error);
-    }
-    const bool onRow = basis == Basis::Row ||
-                       (basis == Basis::RestartSource && resetSource() != ResetSource::Register);
-    return onRow && !hasVariantRow() ? "no variant row has the EEPROM's code" : "";
-}
-
 // For a value without a name or row in the layer.
 Answer unlisted(std::optional<std::int64_t> value = {}) {
     return {.state = State::Unknown, .text = "", .value = value};
-}
-
-std::string eepromFile() {
-    return platform::path("var/lib/qor/e2prom/5/1");
 }
 
 Answer eepromBytes() {
@@ -101,91 +46,14 @@ Answer eepromBytes() {
     }
     const std::string row = "variant row " + to_string(DefaultVariant + 1);
     return unreadable(
-        eepromFile() + ": " + std::strerror(eeprom().error) +
+        source::eepromFile() + ": " + std::strerror(eeprom().error) +
         (hwVariants.size() > DefaultVariant ? ", assuming " + row : ", there is no " + row));
 }
 
-std::string rowNumber() {
-    return hwVariants.empty() ? "none" : to_string(Bsp_getQorHwVariant() - hwVariants.data() + 1);
-}
-
 Answer variantRow() {
-    const std::string number = rowNumber();
+    const std::string number = source::rowNumber();
     return hwVariants.empty() ? unlisted() : known(number, std::stoi(number));
 }
-
-// Where answers come from: the word, key, register or marker, and its value on this unit.
-namespace source {
-
-std::string code() {
-    std::string text = "hardware code";
-    for (const std::int32_t word : getHwCode().words) {
-        text += " " + hexadecimal(static_cast<std::uint32_t>(word), 2).substr(2);
-    }
-    return text;
-}
-
-template <HwWord index>
-std::string word() {
-    const auto value = static_cast<std::uint32_t>(getHwCode().words[index]);
-    return "hardware word " + to_string(index) + " = " + hexadecimal(value, 2);
-}
-
-std::string productCode() {
-    return "product code " + to_string(Bsp_getQorHwVariant()->productCode) + " of variant row " +
-           rowNumber();
-}
-
-std::string revisionCode() {
-    return "revision " + to_string(Bsp_getQorHwVariant()->hwRevision) + " of variant row " +
-           rowNumber();
-}
-
-std::string product() {
-    return "product " + lookupName(productIdNames(), getProductId()) + " (" +
-           to_string(Bsp_getProductId()) + ")";
-}
-
-std::string productAndRevision() {
-    return product() + ", revision " + lookupName(hwRevisionNames(), getHwRevision()) + " (" +
-           to_string(Bsp_getHwRevision()) + ")";
-}
-
-std::string stored(std::string_view key) {
-    try {
-        const std::string value = QorConfig().getValue(key);
-        return std::string(key) + " in the store is " +
-               (value.empty() ? "not set" : "\"" + value + "\"");
-    } catch (const std::exception& exception) {
-        return std::string(key) + " in the store cannot be read: " + exception.what();
-    }
-}
-
-std::string fpgaVariant() {
-    return stored(key::FpgaVariant);
-}
-
-std::string radiolinkMode() {
-    return stored(key::RadiolinkMode);
-}
-
-std::string restart() {
-    switch (resetSource()) {
-    case ResetSource::Register:
-        return "register top.sys_ctrl0 = " + hexadecimal(readResetRegister().value_or(0), 8);
-    case ResetSource::Marker:
-        return std::string("marker ") + ColdRestartMarker +
-               (isMarkedCold() ? " exists" : " does not exist");
-    default:
-        return "this product keeps no cause, so every restart counts as a cold one";
-    }
-}
-
-std::string sameOnAll() {
-    return "the same on all units";
-}
-
-} // namespace source
 
 // A query whose answers have names. A value without a name gets that of the last row of the table.
 template <auto query, auto table>
@@ -251,7 +119,7 @@ Answer lastRestart() {
 // clang-format off
 constexpr Field Fields[] = {
     {"eeprom", "the EEPROM's bytes that identify the unit", "",
-     Basis::Nothing, eepromBytes, eepromFile, nullptr},
+     Basis::Nothing, eepromBytes, source::eepromFile, nullptr},
     {"variant-row", "the row of the platform's variant table", "row",
      Basis::Row, variantRow, source::code, nullptr},
     {"product", "the product", "product",
