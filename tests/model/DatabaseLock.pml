@@ -12,16 +12,16 @@
      FAULT: a planted fault. 1, the record's number is never written. 2, the number is not 0 while a
        semaphore is created. 3, nobody changes to a newer semaphore. 4, a creator does not note a cold
        restart as pending. 5, nobody notes it as handled if a stranger's semaphore is free. 6, a
-       creator does not look for the name again. 7, a process that cannot create a semaphore does not
-       note a cold restart as pending.
+       creator does not look for the name again.
 
    The model promises nothing after a process has presumed too much. It presumes too much if it adopts
    a semaphore that the stranger held through all of its tries. It also does if it clears the area
    without holding the semaphore that the stranger created, because it could not open that one or has
    an older one. Processes that start after the stranger has ended, or that never had its semaphore,
    do not know that it cleared the area. The lock excludes the stranger only from processes with the
-   same semaphore, not from those with an older one or with the mutex alone. Threads, and the mutex
-   that guards handles within a process, are not modelled. */
+   same semaphore, not from those with an older one or with the mutex alone. A process that has no
+   semaphore does not handle a restart that nobody has noted: it may use the area before it is cleared.
+   Threads, and the mutex that guards handles within a process, are not modelled. */
 mtype = { Away, Moving, Holding };
 mtype = { Unasked, Pending, Handled };
 
@@ -61,11 +61,6 @@ inline handle() { /* by a process that holds the lock and knows that the restart
 
 inline restore() { restart = leftRestart; note(leftNumber, left) }
 
-inline noteRestart() { /* by a process that has not created a semaphore */
-    atomic { mutex == 0 -> mutex = me };
-    if :: FAULT != 7 && name == 0 && restart == Unasked -> restart = Pending :: else fi;
-    mutex = 0 }
-
 proctype Process(byte me) {
     byte semaphore, mine, leftNumber; mtype left = Away, leftRestart = Unasked;
     bool failed, holds, maker, device, asked, done;
@@ -73,8 +68,7 @@ proctype Process(byte me) {
         if :: device = true :: me == 1 -> device = false fi;
 
 start:  open();
-        if :: failed -> failed = false; noteRestart(); goto work
-           :: !failed && mine != 0 -> goto work
+        if :: failed || mine != 0 -> failed = false; goto work
            :: else
         fi;
         atomic { mutex == 0 -> mutex = me };
@@ -87,10 +81,10 @@ start:  open();
            :: name != 0 -> restore(); mutex = 0; goto start
            :: atomic { name == 0 && (made == SEMAPHORES || failures > 0) ->
                        if :: made < SEMAPHORES -> failures-- :: else fi };
-              restore(); mutex = 0; noteRestart()
+              restore(); mutex = 0
            :: atomic { failures > 0 && name == 0 && made < SEMAPHORES ->
                        failures--; create(); mine = made };
-              mutex = 0; noteRestart() /* no memory for the handle, but the semaphore exists */
+              mutex = 0 /* no memory for the handle, but the semaphore exists */
         fi;
 
 work:   do :: done -> break
@@ -127,7 +121,7 @@ work:   do :: done -> break
               atomic { assert(inside == 0 && (!holds || semaphore == number));
                        inside = me; with = (holds -> semaphore : 0);
                        assert(presumed || !holds || held != semaphore);
-                       if :: device && (holds || restart != Unasked || strange == 0) ->
+                       if :: device && (holds || restart != Unasked) ->
                              assert(cleared || presumed); used = true :: else fi };
               inside = 0; done = true; give()
            :: break /* a process may end without using the database */

@@ -156,7 +156,9 @@ int DatabaseLock::createRecordedSemaphore() {
     const std::uint32_t number = load(m_record->semaphore);
     const ColdRestart coldRestart = load(m_record->coldRestart);
     note(0, Progress::Moving);
-    notePending();
+    if (coldRestart == ColdRestart::Unasked) {
+        store(m_record->coldRestart, ColdRestart::Pending);
+    }
     const int error = createSemaphore();
     if (error == 0) {
         note(m_number, Progress::Holding);
@@ -175,20 +177,6 @@ int DatabaseLock::createSemaphore() {
     m_semaphore = semaphore;
     m_number = fileNumber(DatabaseSemaphoreFile);
     return error;
-}
-
-void DatabaseLock::noteRestart() {
-    held = {};
-    if (m_record != nullptr && takeMutex() && fileNumber(DatabaseSemaphoreFile) == 0) {
-        notePending();
-    }
-    give();
-}
-
-void DatabaseLock::notePending() {
-    if (load(m_record->coldRestart) == ColdRestart::Unasked) {
-        store(m_record->coldRestart, ColdRestart::Pending);
-    }
 }
 
 void DatabaseLock::take() {

@@ -32,10 +32,6 @@ public:
     /// it; this thread then holds the lock. TryOther if it exists already.
     Result makeSemaphore();
 
-    /// Notes a cold restart as pending if there is no semaphore. For a process that cannot create
-    /// one: its first operation then handles the restart.
-    void noteRestart();
-
     /// Both in the same thread, and not re-entrant. give() reports what has failed since take(),
     /// once the lock is free. It does nothing without take(), or in a forked child.
     void take();
@@ -51,7 +47,6 @@ private:
     inline bool tryTake(Progress left);
     int createRecordedSemaphore();
     int createSemaphore();
-    void notePending();
     void waitAlone();
     void changeSemaphore();
     void note(std::uint32_t number, Progress progress);

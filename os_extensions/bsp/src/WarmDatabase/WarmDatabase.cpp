@@ -101,7 +101,6 @@ WarmDatabase::WarmDatabase() {
         initBlockSynchronization();
     } catch (...) {
         reportCaught(databaseLog(), __func__);
-        databaseLock().noteRestart();
     }
     if (m_mappedMemory == nullptr) {
         m_mappedMemory = makePrivateArea(WarmAreaSize, &reserveWarmArea);
@@ -153,7 +152,6 @@ bool WarmDatabase::initDatabaseSemaphore() const {
     }
     if (result == Result::Failed) {
         BSP_LOG(databaseLog(), 1, "error in sem_open error: ", std::strerror(errno));
-        databaseLock().noteRestart();
     }
     return false;
 }
