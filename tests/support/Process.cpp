@@ -43,6 +43,10 @@ Child::~Child() {
     }
 }
 
+void Child::waitForStop() const {
+    waitpid(m_pid, nullptr, WUNTRACED);
+}
+
 Outcome Child::wait() {
     int status = 0;
     TEMP_FAILURE_RETRY(waitpid(m_pid, &status, 0));
