@@ -9,6 +9,7 @@
 #include <regex>
 #include <sstream>
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -26,6 +27,7 @@ std::string takeContent(int fd) {
 
 Child::Child(const std::function<void()>& body) noexcept
     : m_out(memfd_create("stdout", 0)), m_err(memfd_create("stderr", 0)) {
+    fcntl(m_err, F_SETFL, O_APPEND); // else threads that log at once overwrite each other's records
     std::fflush(nullptr);
     m_pid = fork();
     if (m_pid == 0) {
@@ -41,6 +43,10 @@ Child::~Child() {
         kill(m_pid, SIGKILL);
         wait();
     }
+}
+
+void Child::waitForStop() const {
+    waitpid(m_pid, nullptr, WUNTRACED);
 }
 
 Outcome Child::wait() {

@@ -30,6 +30,8 @@ public:
     Child& operator=(const Child&) = delete;
 
     pid_t pid() const { return m_pid; }
+    /// Waits until the child has stopped itself.
+    void waitForStop() const;
     /// Waits until the child ends; call it once.
     Outcome wait();
 

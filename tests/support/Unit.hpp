@@ -64,4 +64,9 @@ inline std::string noise(std::size_t size) {
     return bytes;
 }
 
+/// Returns a warm area that starts with `blocks`; the rest is noise, in which each block is free.
+inline std::string areaOf(const std::string& blocks) {
+    return blocks + repeat('\0' + noise(1535), 32768 - blocks.size());
+}
+
 } // namespace test::unit

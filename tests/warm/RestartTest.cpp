@@ -8,37 +8,25 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <csignal>
 #include <cstdarg>
 #include <functional>
 #include <stdexcept>
-#include <thread>
 #include <utility>
 
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
 using namespace test;
 
-void (*asked)() = nullptr; // called before the layer's getResetType()
-std::atomic<bool> inStart = false;
-bool failingOpens = false;
-std::function<void()> whileDetermined;
+enum { Succeeds, FailsAtOnce, FailsWithoutMemory } creation = Succeeds; // of the semaphore
+std::function<void()> whileDetermined; // once, while the type of the last reset is determined
 
 } // namespace
-
-BSP_EXPORT os::bsp::ResetType os::bsp::getResetType() {
-    if (asked != nullptr) {
-        asked();
-    }
-    return original(getResetType, "_ZN2os3bsp12getResetTypeEv")();
-}
 
 BSP_EXPORT os::bsp::PlatformType os::bsp::getPlatformType() {
     if (const auto step = std::exchange(whileDetermined, nullptr)) {
@@ -53,11 +41,12 @@ extern "C" BSP_EXPORT sem_t* sem_open(const char* name, int oflag, ...) {
     const auto mode = va_arg(arguments, mode_t);
     const auto value = va_arg(arguments, unsigned);
     va_end(arguments);
-    if (failingOpens) {
-        errno = EMFILE;
-        return SEM_FAILED;
-    }
-    return original(sem_open, "sem_open")(name, oflag, mode, value);
+    const bool fails = (oflag & O_CREAT) != 0 && creation != Succeeds;
+    sem_t* const semaphore = fails && creation == FailsAtOnce
+                                 ? SEM_FAILED
+                                 : original(sem_open, "sem_open")(name, oflag, mode, value);
+    errno = fails ? ENOMEM : errno;
+    return fails ? SEM_FAILED : semaphore;
 }
 
 extern "C" BSP_EXPORT int sem_trywait(sem_t* sem) {
@@ -70,116 +59,88 @@ constexpr std::size_t SyncAreaSize = 21 * sizeof(pthread_mutex_t);
 constexpr const char* SemaphoreFile = "/dev/shm/sem.DtcmDbSharedSem";
 constexpr const char* SyncFile = "/dev/shm/DtcmSync";
 
-std::string start(const std::function<void()>& body = [] {}) {
-    return logOf([&] {
-        TolvTrace_setLevel("Bsp.WarmDatabase", 5);
-        database();
-        body();
-    });
-}
-
-TEST(Startup, OtherRestartsThanAColdOneKeepTheArea) {
-    const std::string area = unit::noise(32768);
-    for (const auto cause : {unit::Warm, unit::Watchdog, unit::Unknown}) {
-        unit::restart(cause, area);
-        EXPECT_EQ(countOf(start(), ": WARM restart, leaving database as is."), 1);
-        EXPECT_TRUE(unit::readFile(unit::WarmArea) == area);
-    }
-}
-
 // That process creates the lock, but has only a private area to clear.
 TEST(Startup, AFirstProcessWithoutTheDeviceLeavesTheColdRestartPending) {
+    TolvTrace_setLevel("Bsp.WarmDatabase", 5);
     for (const int fate : {0, SIGCONT, SIGKILL}) { // it stays, exits, or is killed
         unit::restart(unit::Cold, unit::noise(32768));
-        std::filesystem::rename(unit::WarmArea, "/tmp/area");
-        Child first([] { database(), raise(SIGSTOP); });
-        waitpid(first.pid(), nullptr, WUNTRACED);
-        std::filesystem::rename("/tmp/area", unit::WarmArea);
+        Child first([] { limit(RLIMIT_MEMLOCK, 0), database(), raise(SIGSTOP); });
+        first.waitForStop();
         kill(first.pid(), fate);
         if (fate != 0) {
             first.wait();
         }
-        EXPECT_EQ(countOf(start([] { Object("A"); }), "): COLD restart, clearing database."), 1);
+        EXPECT_EQ(countOf(logOf([] { Object("A"); }), "): COLD restart, clearing database."), 1);
         EXPECT_EQ(unit::readFile(unit::WarmArea), "A" + std::string(32767, '\0'));
         std::filesystem::remove(SemaphoreFile);
-        EXPECT_EQ(countOf(start(), "COLD restart already handled, leaving database as is."), 1);
+        EXPECT_EQ(
+            countOf(logOf(database), "COLD restart already handled, leaving database as is."), 1);
     }
 }
 
 TEST(Startup, AProcessWithoutTheSemaphoreLeavesTheColdRestartToItsCreator) {
     const std::string area = unit::noise(32768);
     unit::restart(unit::Cold, area);
-    const auto fail = [] {
-        EXPECT_EQ(Object("A").result, -1); // no block is free
-    };
-    asked = [] {
-        failingOpens = true; // after the first opening, which finds no semaphore
-    };
-    EXPECT_EQ(countOf(start(fail), "COLD restart"), 0);
-    asked = nullptr;
+    logOf([] {
+        creation = FailsAtOnce;
+        EXPECT_EQ(Object("A").result, -1); // noise occupies all blocks
+    });
     EXPECT_TRUE(unit::readFile(unit::WarmArea) == area);
-    EXPECT_EQ(countOf(start(), "): COLD restart, clearing database."), 1);
+    logOf([] {
+        creation = FailsWithoutMemory; // so the semaphore exists
+        EXPECT_TRUE(Object("A").created);
+    });
+    EXPECT_EQ(unit::readFile(unit::WarmArea), "A" + std::string(32767, '\0'));
 }
 
 #ifndef __SANITIZE_THREAD__ // its pthread_once() does not start again in a forked child
-TEST(Startup, AChildForkedDuringTheStartOfAnotherThreadCanStartItself) {
+TEST(Startup, AChildForkedMeanwhileCanStartItself) {
     unit::restart(unit::Warm, "");
-    asked = [] {
-        inStart = true;
-        pause();
+    whileDetermined = [] {
+        logOf([] {
+            alarm(10);
+            EXPECT_TRUE(Object("A").created);
+        });
     };
-    std::thread(database).detach();
-    while (!inStart) {
-        std::this_thread::yield();
-    }
-    const Outcome child = inChild([] {
-        asked = nullptr;
-        alarm(10);
-        EXPECT_TRUE(Object("A").created);
-    });
-    EXPECT_EQ(child.status, 0) << child.err;
+    database();
 }
 #endif
 
 TEST(Startup, OnlyTheCreatorUnlinksTheSharedObjects) {
-    const auto bothThere = [] {
-        return std::filesystem::exists(SemaphoreFile) && std::filesystem::exists(SyncFile);
-    };
+    TolvTrace_setLevel("Bsp.WarmDatabase", 5);
     unit::restart(unit::Warm, "");
     umask(0);
-    start([&] {
+    logOf([] {
+        database();
         logOf([] { Object("A"); }); // a forked child must not unlink them at its exit
-        EXPECT_TRUE(bothThere());
+        EXPECT_EQ(countFiles("/dev/shm"), 3);
         for (const auto& shared : std::filesystem::directory_iterator("/dev/shm")) {
             EXPECT_EQ(shared.status().permissions(), std::filesystem::perms{0666}) << shared;
         }
     });
-    EXPECT_FALSE(std::filesystem::exists(SemaphoreFile) || std::filesystem::exists(SyncFile));
+    EXPECT_EQ(countFiles("/dev/shm"), 1);
     sem_close(sem_open("/DtcmDbSharedSem", O_CREAT | O_EXCL, 0666, 1));
     unit::writeFile(SyncFile, std::string(SyncAreaSize, '\0'));
-    EXPECT_EQ(countOf(start(), "restart"), 0);
-    EXPECT_TRUE(bothThere());
+    EXPECT_EQ(countOf(logOf(database), "restart"), 0);
+    EXPECT_EQ(countFiles("/dev/shm"), 3);
     EXPECT_EQ(unit::readFile(SyncFile), std::string(SyncAreaSize, '\0')); // not initialised again
-}
-
-void mountShm(unsigned long flags, const char* options) {
-    ASSERT_EQ(mount("none", "/dev/shm", "tmpfs", flags, options), 0);
 }
 
 const std::string Area = "Error during initialization of warm area";
 const std::string NoArea = "1 memoryMapTheDatabase(): " + Area;
-const std::string Exception = ": Caught exception [no reset type].\n";
-const std::string Number = ": Caught unknown exception\n";
-
+const std::string NoCause =
+    "1 clearDatabaseIfColdRestart(): " + Area + ": Caught exception [no reset type].\n";
 const std::string NoRecord =
     "2 useRunRecord(): Warning: no /DtcmRun, the death of a process is not noticed, error: ";
 const std::string NoSemaphore = "1 initDatabaseSemaphore(): error in sem_open error: ";
 [[maybe_unused]] const std::string NoMutex =
     "1 lock(): error in pthread_mutex_lock error: Invalid argument\n";
 const std::string NoSync = "1 initBlockSynchronization(): error in shm_open error: ";
+const std::string TooMany = "Too many open files\n";
 
-std::string noneOf(const std::string& error) {
-    return NoRecord + error + NoSemaphore + error + NoSync + error;
+void failToDetermine() {
+    whileDetermined = failToDetermine;
+    throw std::runtime_error("no reset type");
 }
 
 struct Fault {
@@ -189,25 +150,14 @@ struct Fault {
 
 const Fault Faults[] = {
     {[] { std::filesystem::remove(unit::WarmArea); }, NoArea + "\n"},
-    {[] {
-         std::filesystem::remove(unit::WarmArea);
-         ASSERT_EQ(mkfifo(unit::WarmArea.c_str(), 0600), 0);
-     },
-     NoArea + ", error: No such device\n"},
-    {[] { mountShm(MS_RDONLY, nullptr); }, noneOf("Read-only file system\n")},
-    {[] {
-         mountShm(0, "size=4k,nr_inodes=100");
-         unit::writeFile("/dev/shm/filler", std::string(4096, 'x'));
-     },
-     noneOf("No space left on device\n")},
     {[] { // a full tmpfs, on which an existing semaphore can be opened but no other be created
-         mountShm(0, "size=8k,nr_inodes=100");
+         mount("none", "/dev/shm", "tmpfs", 0, "size=8k,nr_inodes=100");
          sem_close(sem_open("/DtcmDbSharedSem", O_CREAT | O_EXCL, 0666, 1));
          unit::writeFile("/dev/shm/filler", std::string(4096, 'x'));
      },
      NoRecord + "No space left on device\n" + NoSync + "No space left on device\n"},
-    {[] { std::filesystem::create_directory(SyncFile); }, NoSync + "Invalid argument\n"},
-    {[] { limit(RLIMIT_NOFILE, 4); }, NoArea + "\n" + noneOf("Too many open files\n")},
+    {[] { limit(RLIMIT_NOFILE, 4); },
+     NoArea + "\n" + NoRecord + TooMany + NoSemaphore + TooMany + NoSync + TooMany},
     {[] { limit(RLIMIT_MEMLOCK, 0); },
      NoArea + ", error: Operation not permitted\n" + NoSync + "Operation not permitted\n"},
 #ifndef __SANITIZE_THREAD__ // it reports the damaged mutex itself
@@ -219,17 +169,14 @@ const Fault Faults[] = {
      NoMutex + NoMutex + NoMutex},
 #endif
     {[] {
-         asked = [] {
-             throw std::runtime_error("no reset type");
-         };
-     },
-     "1 WarmDatabase(): " + Area + Exception},
-    {[] {
-         asked = [] {
+         unit::restart(unit::Cold, "");
+         inChild([] { limit(RLIMIT_MEMLOCK, 0), database(); }); // leaves the restart pending
+         whileDetermined = [] {
+             whileDetermined = failToDetermine;
              throw 5;
          };
      },
-     "1 WarmDatabase(): " + Area + Number},
+     "1 WarmDatabase(): " + Area + ": Caught unknown exception\n" + NoCause + NoCause},
     {[] { pending.symbol = "sem_trywait", pending.error = EINVAL; },
      "1 lock(): error in sem_wait error: Invalid argument\n"},
 };
@@ -249,7 +196,7 @@ TEST(Startup, FaultsAreReportedAndBypassed) {
             limit(RLIMIT_NOFILE, 100); // sanitizers need descriptors at exit
         });
         umount2("/dev/shm", MNT_DETACH);
-        mountShm(0, nullptr);
+        mount("none", "/dev/shm", "tmpfs", 0, nullptr);
         EXPECT_EQ(recordsIn(log), fault.records);
     }
 }
