@@ -29,6 +29,19 @@ namespace {
 
 using namespace test;
 
+std::function<void()> whileReopening; // once
+
+} // namespace
+
+extern "C" BSP_EXPORT int sem_close(sem_t* sem) {
+    if (const auto step = std::exchange(whileReopening, nullptr)) {
+        step();
+    }
+    return original(sem_close, "sem_close")(sem);
+}
+
+namespace {
+
 template <char Name>
 void use() {
     EXPECT_EQ(Object({Name}).result, 0);
@@ -98,10 +111,19 @@ void dieWithTheLock() {
     });
 }
 
+void record(std::size_t offset) {
+    std::fstream record("/dev/shm/DtcmRun", std::ios::in | std::ios::out | std::ios::binary);
+    record.seekp(static_cast<std::streamoff>(offset)).put(char{1});
+}
+
 void dieTakingTheLock() {
     dieWithTheLock();
-    std::fstream record("/dev/shm/DtcmRun", std::ios::in | std::ios::out | std::ios::binary);
-    record.seekp(offsetof(os::bsp::dtcm::RunRecord, progress)).put(char{1}); // Progress::Moving
+    record(offsetof(os::bsp::dtcm::RunRecord, progress)); // Progress::Moving
+}
+
+// The next operation of each process reopens the semaphore, since the record names another one.
+void renumber() {
+    record(offsetof(os::bsp::dtcm::RunRecord, semaphore));
 }
 
 void useAndExit() {
@@ -280,21 +302,28 @@ TEST(Semaphore, FailureToReopenItIsReportedOnceAndTheMutexSuffices) {
     expectSound();
 }
 
-// While sem_open() runs, the C library's list of semaphores is locked, also in a child forked then.
-TEST(Semaphore, CanBeUsedByAChildForkedWhileAnotherThreadOpensIt) {
+// The thread that reopens holds two locks: the layer's own, and the C library's of its list of
+// semaphores.
+TEST(Semaphore, CanBeReopenedByAChildForkedWhileAnotherThreadReopensIt) {
     unit::restart(unit::Warm, "");
     use<'A'>();
-    std::thread([] {
-        while (true) { // the record gets the number of another semaphore, so this thread reopens
-            std::fstream record(
-                "/dev/shm/DtcmRun", std::ios::in | std::ios::out | std::ios::binary);
-            record.seekp(offsetof(os::bsp::dtcm::RunRecord, semaphore)).put(char{1}).flush();
-            use<'A'>();
-        }
-    }).detach();
-    for (int child = 0; child < 150; ++child) {
-        ASSERT_EQ(inChild([] { alarm(20), use<'B'>(), killSelf(); }).status, -SIGKILL) << child;
-    }
+    std::thread forking;
+    Outcome child{};
+    whileReopening = [&] {
+        forking = std::thread([&] {
+            child = inChild([] {
+                alarm(20);
+                use<'B'>(); // waits until the other thread has given back the lock
+                renumber();
+                use<'B'>();
+            });
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    };
+    renumber();
+    use<'A'>();
+    forking.join();
+    EXPECT_EQ(child.status, 0) << child.err;
 }
 
 // scripts/soak runs it for minutes, with more processes.

@@ -162,24 +162,54 @@ TEST_F(Clients, ACancelledThreadThatWaitsReleasesItsLock) {
     EXPECT_EQ(countOf(logOf([] { Object("B"); }), "taken over"), 0);
 }
 
-// The process logs to a full pipe, so it blocks; the others must not wait for it. Since its report
-// came after the lock was released, it must take the lock again before it initialises the slot.
-TEST_F(Clients, ReportsAreWrittenWithoutTheLock) {
-    int unread[2];
-    ASSERT_EQ(pipe2(unread, O_NONBLOCK), 0);
-    while (write(unread[1], "", 1) == 1) {
+// A process that reports to a full pipe blocks.
+class FullPipe {
+public:
+    FullPipe() {
+        EXPECT_EQ(pipe2(m_ends, O_NONBLOCK), 0);
+        while (write(m_ends[1], "", 1) == 1) {
+        }
+        fcntl(m_ends[1], F_SETFL, 0);
     }
-    fcntl(unread[1], F_SETFL, 0);
-    const auto report = [&] {
+    void reportTo() const {
         TolvTrace_setLevel("Bsp.WarmDatabase", 5);
-        dup2(unread[1], STDERR_FILENO);
+        dup2(m_ends[1], STDERR_FILENO);
+    }
+    void drain() const {
+        std::string drained(70000, '\0');
+        EXPECT_GT(read(m_ends[0], drained.data(), drained.size()), 0);
+    }
+
+private:
+    int m_ends[2]{};
+};
+
+TEST(Processes, AStartReportsWithoutTheLock) {
+    unit::restart(unit::Cold, unit::noise(32768));
+    const FullPipe pipe;
+    const auto start = [&] {
+        pipe.reportTo();
+        database();
+    };
+    alarm(20);
+    EXPECT_TRUE(waits(start, [&] {
+        EXPECT_EQ(Object("A").result, 0);
+        pipe.drain();
+    }));
+}
+
+// Since the report that it creates the slot's object comes after the lock was released, the process
+// must take the lock again before it initialises the slot.
+TEST_F(Clients, ReportsAreWrittenWithoutTheLock) {
+    const FullPipe pipe;
+    const auto report = [&] {
+        pipe.reportTo();
         Bsp_getSlotId();
     };
     EXPECT_TRUE(waits(report, [&] {
         EXPECT_EQ(Object("A").result, 0);
         database().lock();
-        std::string drained(70000, '\0');
-        EXPECT_GT(read(unread[0], drained.data(), drained.size()), 0);
+        pipe.drain();
         std::this_thread::sleep_for(30ms);
         EXPECT_EQ(std::string(m_area + BlockSize + 16, 64), std::string(64, '\0'));
         database().unlock();
