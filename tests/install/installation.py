@@ -54,10 +54,11 @@ def install(prefix, *components):
 
 def set_up():
     """Creates a unit, an SDK, and an installation without the platform's headers. The installation is moved, to
-    show that it is relocatable."""
+    show that it is relocatable, and its manual pages are unpacked."""
     shutil.rmtree(SCRATCH, ignore_errors=True)
     SCRATCH.mkdir(parents=True)
     run(VUNIT, "create", "unit", "--product", "TK8851_4")
     install(SDK, "platform", "platform-dev")
     install(SCRATCH / "first", "runtime", "dev", "platform", "python", "doc", "vunit")
     (SCRATCH / "first").rename(PREFIX)
+    run("gzip", "-d", *(PREFIX / "share/man").rglob("*.gz"))

@@ -6,16 +6,7 @@
 
 #include <dlfcn.h>
 
-namespace {
-
-std::atomic<bool> memoryIsLeft = true;
-
-template <class Function>
-Function* find(void* library, const char* name) {
-    return reinterpret_cast<Function*>(dlsym(library, name));
-}
-
-} // namespace
+static std::atomic<bool> memoryIsLeft = true;
 
 extern "C" {
 void* __libc_malloc(std::size_t size); // NOLINT
@@ -30,8 +21,10 @@ namespace {
 TEST(LoadedLater, LogsWithoutMemoryAndStaysLoadedAfterDlclose) {
     void* const layer = dlopen(LAYER, RTLD_NOW);
     ASSERT_NE(layer, nullptr) << dlerror();
-    auto* const query = find<int(const char*, char*, std::size_t)>(layer, "Bsp_getKernelRState");
-    auto* const setLevel = find<void(const char*, int)>(layer, "TolvTrace_setLevel");
+    auto* const query = reinterpret_cast<int (*)(const char*, char*, std::size_t)>(
+        dlsym(layer, "Bsp_getKernelRState"));
+    auto* const setLevel =
+        reinterpret_cast<void (*)(const char*, int)>(dlsym(layer, "TolvTrace_setLevel"));
     std::thread([&] {
         memoryIsLeft = false;
         EXPECT_EQ(query(nullptr, nullptr, 0), -1); // the record is dropped

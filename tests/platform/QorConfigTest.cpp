@@ -26,6 +26,7 @@ namespace {
 
 using namespace test;
 using os::bsp::QorConfig;
+using std::filesystem::perms;
 
 class Store : public testing::Test {
 protected:
@@ -39,18 +40,8 @@ TEST_F(Store, RefusesAKeyThatIsNoFileName) {
     }
 }
 
-TEST_F(Store, NewValueIsReadableForAllAndOldOneKeepsItsMode) {
-    const auto value = unit::Config / "key";
-    umask(077);
-    for (const unsigned mode : {0644U, 0640U}) { // of a new value, then of an existing one
-        EXPECT_TRUE(QorConfig().setValue("key", "x"));
-        EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(value).permissions()), mode);
-        chmod(value.c_str(), 0640);
-    }
-}
-
 // Each fsync(), of a new value and of the folder, must happen under the lock.
-TEST_F(Store, LockIsNeitherKeptByForkedChildrenNorOpenToReaders) {
+TEST_F(Store, WriterLocksOutOtherWritersOnlyAndKeepsTheModeOfAValue) {
     std::vector<std::unique_ptr<Child>> children;
     const auto lock = unit::Config / ".lock";
     onFsync = [&] {
@@ -61,10 +52,13 @@ TEST_F(Store, LockIsNeitherKeptByForkedChildrenNorOpenToReaders) {
     const int folder = open(unit::Config.c_str(), O_RDONLY);
     ASSERT_EQ(flock(folder, LOCK_EX) | fchmod(folder, 0775), 0);
     umask(077);
-    EXPECT_TRUE(QorConfig().setValue("key", "x"));
-    EXPECT_TRUE(QorConfig().setValue("key", "y"));
+    for (const perms mode : {perms(0644), perms(0640)}) { // of a new value, then of an existing one
+        EXPECT_TRUE(QorConfig().setValue("key", "x"));
+        EXPECT_EQ(status(unit::Config / "key").permissions(), mode);
+        permissions(unit::Config / "key", perms(0640));
+    }
     EXPECT_EQ(children.size(), 4U);
-    EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(lock).permissions()), 0440U);
+    EXPECT_EQ(status(lock).permissions(), perms(0440));
 }
 
 TEST_F(Store, KilledWriterLeavesOldOrNewValue) {

@@ -22,7 +22,6 @@ using namespace test;
 
 // With 64-bit times on a 32-bit ABI, the C library's symbol has another name.
 constexpr const char* Fstat = sizeof(time_t) > sizeof(long) ? "__fstat64_time64" : "fstat64";
-constexpr std::size_t LongestRead = 1000; // a file may always deliver less
 
 int nextDescriptor() {
     return posix::FileDescriptor::own(dup(STDERR_FILENO)).get();
@@ -36,7 +35,7 @@ BSP_EXPORT off_t lseek(int fd, off_t offset, int whence) {
     return answer(lseek, "lseek64", fd, offset, whence);
 }
 BSP_EXPORT ssize_t read(int fd, void* buf, std::size_t nbytes) {
-    return answer(read, "read", fd, buf, std::min(nbytes, LongestRead));
+    return answer(read, "read", fd, buf, std::min<std::size_t>(nbytes, 1000)); // less is allowed
 }
 BSP_EXPORT int fstat(int fd, struct stat* buf) noexcept {
     return answer(fstat, Fstat, fd, buf);
@@ -54,25 +53,8 @@ BSP_EXPORT int inflateInit2_(z_streamp strm, int windowBits, const char* version
 
 namespace {
 
-// Returns the records of `body`, without trace, source and line; the first descriptor that it opens
-// appears as "first". It must close every descriptor.
-std::string recordsOf(int level, const Fault& fault, const std::function<void()>& body) {
-    TolvTrace_setLevel("bsp.core", level);
-    testing::internal::CaptureStderr();
-    const int descriptor = nextDescriptor();
-    const auto descriptors = countFiles("/proc/self/fd");
-    pending = fault;
-    body();
-    pending = {};
-    EXPECT_EQ(countFiles("/proc/self/fd"), descriptors);
-    const std::regex first("fd=" + std::to_string(descriptor) + "\\)");
-    const std::string log = recordsIn(testing::internal::GetCapturedStderr());
-    return std::regex_replace(log, first, "fd=first)");
-}
-
 using namespace std::string_literals;
-using test::unit::readFile;
-using test::unit::writeFile;
+using namespace unit;
 
 constexpr const char* File = "/tmp/z";
 constexpr const char* TemporaryFile = "/dev/shm/zImage_tmp";
@@ -81,7 +63,7 @@ char Buffer[40];
 const std::string Find = "1 Bsp_findArchive(): ";
 const std::string Inflate = "1 Bsp_inflateArchive(): ";
 const std::string Unreadable = Find + "File error before archive found. read() returned ";
-const std::string CutShort = "4 Bsp_inflateArchive(): End-of-file reached\n";
+const std::string InputError = "Input/output error\n";
 const std::string Kernel = "1 Bsp_getKernelRState(): ";
 const std::string Version = "1 Bsp_findLinuxVersion(): ";
 const std::string NoBanner = Kernel + "No Linux version found\n";
@@ -99,18 +81,35 @@ struct Call {
     int level = 4;
 };
 
-// A call must leave no mapping and no file behind, must not write behind a buffer, and must not
-// change a buffer if it fails.
-void expect(
-    const std::initializer_list<Call>& calls, const std::function<int(const Call&)>& function) {
+int kernel(const Call& call) {
+    return Bsp_getKernelRState(call.file, call.buffer, call.size);
+}
+
+int uboot(const Call& call) {
+    return Bsp_getUbootProductInfo(call.file, Product, call.productSize, call.buffer, call.size);
+}
+
+// Checks a call's records, without trace, source and line, in which the first descriptor that it
+// opens appears as "first". A call must leave no descriptor, mapping and file behind, must not
+// write behind a buffer, and must not change a buffer if it fails.
+template <int (&function)(const Call&)>
+void expect(const std::initializer_list<Call>& calls) {
     const std::string before = "kept\0"s + std::string(35, '!');
     for (const Call& call : calls) {
         SCOPED_TRACE(&call - calls.begin());
         writeFile(File, call.image);
         before.copy(Product, sizeof Product);
         before.copy(Buffer, sizeof Buffer);
-        int result = 1;
-        auto records = recordsOf(call.level, call.fault, [&] { result = function(call); });
+        TolvTrace_setLevel("bsp.core", call.level);
+        testing::internal::CaptureStderr();
+        const std::regex first("fd=" + std::to_string(nextDescriptor()) + "\\)");
+        const auto descriptors = countFiles("/proc/self/fd");
+        pending = call.fault;
+        const int result = function(call);
+        pending = {};
+        EXPECT_EQ(countFiles("/proc/self/fd"), descriptors);
+        const std::string log = recordsIn(testing::internal::GetCapturedStderr());
+        std::string records = std::regex_replace(log, first, "fd=first)");
         const std::string product = Product == "kept"s ? "" : Product + "|"s;
         EXPECT_EQ(result == 0 ? records.append(product).append(Buffer) : records, call.expected);
         EXPECT_TRUE(result == 0 || result == -1) << result;
@@ -123,36 +122,35 @@ void expect(
     }
 }
 
-void expectKernel(std::initializer_list<Call> calls) {
-    expect(calls, [](const Call& call) {
-        return Bsp_getKernelRState(call.file, call.buffer, call.size);
-    });
-}
-
-void expectUboot(std::initializer_list<Call> calls) {
-    expect(calls, [](const Call& call) {
-        return Bsp_getUbootProductInfo(
-            call.file, Product, call.productSize, call.buffer, call.size);
-    });
-}
-
-std::string archiveOf(const std::string& content, const char* mode = "wb1") {
+std::string archiveOf(const std::string& content) {
     const auto file = posix::FileDescriptor::own(memfd_create("archive", 0));
-    gzFile_s* const stream = gzdopen(dup(file.get()), mode);
+    gzFile_s* const stream = gzdopen(dup(file.get()), "wb1");
     gzwrite(stream, content.data(), static_cast<unsigned>(content.size()));
     gzclose(stream);
     return readFile("/proc/self/fd/" + std::to_string(file.get()));
 }
 
-std::string kernelOf(const std::string& release, std::size_t size = 100000) {
-    return unit::noise(size) + "\nLinux version " + release + " #1 SMP\n";
-}
-
-const std::string Archive = archiveOf(kernelOf("4.9.0.R2A05"));
+const std::string Archive = archiveOf(noise(100000) + "\nLinux version 4.9.0.R2A05 #1 SMP\n");
 
 TEST(KernelRState, ArchiveIsFoundAndInflated) {
+    std::string image = std::string(42, '.') + archiveOf("Linux version 1.2.3.R1");
+    image.resize(1003);
+    const std::string enter = "6 ENTER Bsp_getKernelRState(fileName ? fileName : \"(null)\"=";
+    const std::string steps = R"(/tmp/z)
+6 ENTER Bsp_findArchive(fd=first)
+7 Bsp_readHelper(): Read 1000 bytes
+7 Bsp_readHelper(): Read 3 bytes
+7 Bsp_readHelper(): Read 0 bytes
+5 Bsp_findArchive(): ZLIB header found at pos 2a
+6 ENTER Bsp_inflateArchive(fd=first)
+7 Bsp_readHelper(): Read 961 bytes
+7 Bsp_readHelper(): Read 0 bytes
+5 Bsp_getKernelRState(): Bsp_inflateArchive() successful
+6 ENTER Bsp_findLinuxVersion()
+R1)";
+    const std::string refusal = "(null))\n" + Kernel + "Undefined filename\n";
     const std::string badData = Inflate + "inflate() failed with error -3\n";
-    expectKernel({
+    expect<kernel>({
         {Archive, "R2A05", {}, File, 8},
         {std::string(18992, '\x1f') + Archive + "trailing", "R2A05"},
         {"ab" + Archive + archiveOf("Linux version 1.2.3.R1"), "R2A05"},
@@ -163,27 +161,25 @@ TEST(KernelRState, ArchiveIsFoundAndInflated) {
         {"", Unreadable + "0\n"},
         {Archive.substr(0, 3) + '\xe0' + Archive.substr(4), badData},
         {Archive.substr(0, Archive.size() - 4) + "size", badData},
-        {Archive.substr(0, 30000), CutShort},
-        {Archive.substr(0, Archive.size() - 1), CutShort},
+        {Archive.substr(0, Archive.size() - 1), "4 Bsp_inflateArchive(): End-of-file reached\n"},
         {archiveOf(""), Version + "unable to mmap temp image\n" + NoBanner},
+        {.image = image, .expected = enter + steps, .level = 7},
+        {.image = image, .expected = enter + refusal, .file = nullptr, .size = 8, .level = 7},
     });
 }
 
 TEST(KernelRState, BannerIsFoundAndParsed) {
     const std::string page(4096, '.');
-    expectKernel({
+    expect<kernel>({
         {archiveOf("Linux version 3.10.108.ABCDEFGHIJ"), "ABCDEFG"},
         {archiveOf("Linux version 4.14.78-rt44"), "kept"},
         {archiveOf("Linux version 4.9.0.-"), "kept"},
         {archiveOf("Linux versionX4.9.0.r1z"), "r1z"},
         {archiveOf("Linux version  +4. -9.\t0.R1"), "R1"},
-        {archiveOf("Linux version 4 .9.0.R1"), "kept"},
         {archiveOf("Linux version 4.9.0.R1\0R2"s), "R1"},
         {archiveOf("Linux version " + std::string(200, ' ') + "4.9.0.R1"), "R1"},
-        {archiveOf("Linux is Linux; version 2. Linux version 1.2.3.R1"), "R1"},
         // The byte that ends a partial match is not tried as the start of the next one.
         {archiveOf("LLinux version 1.2.3.R1"), NoBanner},
-        {archiveOf("Linux vLinux version 1.2.3.R1 and Linux version 1.2.3.R2"), "R2"},
         {archiveOf("LLLinux version 1.2.3.R1"), "R1"},
         {archiveOf("linux version 1.2.3.R1"), NoBanner},
         {archiveOf(page.substr(13) + "Linux version"), "kept"},
@@ -192,64 +188,22 @@ TEST(KernelRState, BannerIsFoundAndParsed) {
     });
 }
 
-TEST(KernelRState, StepsAreTraced) {
-    std::string image = std::string(42, '.') + archiveOf("Linux version 1.2.3.R1");
-    image.resize(1003);
-    const std::string enter = "6 ENTER Bsp_getKernelRState(fileName ? fileName : \"(null)\"=";
-    const std::string steps = "/tmp/z)\n"
-                              "6 ENTER Bsp_findArchive(fd=first)\n"
-                              "7 Bsp_readHelper(): Read 1000 bytes\n"
-                              "7 Bsp_readHelper(): Read 3 bytes\n"
-                              "7 Bsp_readHelper(): Read 0 bytes\n"
-                              "5 Bsp_findArchive(): ZLIB header found at pos 2a\n"
-                              "6 ENTER Bsp_inflateArchive(fd=first)\n"
-                              "7 Bsp_readHelper(): Read 961 bytes\n"
-                              "7 Bsp_readHelper(): Read 0 bytes\n"
-                              "5 Bsp_getKernelRState(): Bsp_inflateArchive() successful\n"
-                              "6 ENTER Bsp_findLinuxVersion()\n"
-                              "R1";
-    const std::string refusal = "(null))\n" + Kernel + "Undefined filename\n";
-    expectKernel({
-        {.image = image, .expected = enter + steps, .level = 7},
-        {.image = image, .expected = enter + refusal, .file = nullptr, .size = 8, .level = 7},
-    });
-}
-
-TEST(KernelRState, EveryFailureIsReported) {
-    const std::string image = std::string(18992, '.') + Archive;
-    const std::string repeated = "4 Bsp_readHelper(): read was interrupted. Retrying...\n";
-    const std::string input = "Input/output error\n";
-    ASSERT_EQ(mkfifo("/tmp/fifo", 0600), 0); // without a writer
-    expectKernel({
-        {"", Kernel + "Invalid buffer size: 7\n", {}, nullptr, 7},
-        {"", Kernel + "Undefined buffer\n", {}, File, 8, 0, nullptr},
-        {"", Kernel + "Could not open file: /tmp/none\n", {}, "/tmp/none"},
-        {"", Kernel + "lseek(zImage, 0, SEEK_SET) failed for /tmp/fifo\n", {}, "/tmp/fifo"},
-        {image, Kernel + "lseek(zImage, 18992, SEEK_SET) failed for /tmp/z\n", {"lseek64", 2, EIO}},
-        {image, Unreadable + "-1\n", {"read", 2, EIO}},
-        {image, Inflate + "Read failed with errno = " + input, {"read", 99, EIO}},
-        {image, repeated + repeated + "R2A05", {"read", 99, EINTR, 2}},
-        {image, Inflate + "inflateInit2() failed with error -1\n", {"inflateInit2_", 1, EIO}},
-        {image, Inflate + "fwrite() failed\n", {"ferror", 1, EIO}},
-        {image, Version + "fstat failed with errno = " + input + NoBanner, {Fstat, 1, EIO}},
-    });
-}
-
 // An unlink() that does nothing stands for another call that recreates the file at once.
 TEST(KernelRState, FileAtTheTemporaryPathIsReplacedAndNeverFollowed) {
     writeFile("/dev/shm/victim", "victim");
     std::filesystem::create_symlink("/dev/shm/victim", TemporaryFile);
-    expectKernel({{Archive, "R2A05", {"unlink", 1, 0, 3}}});
+    expect<kernel>({{Archive, "R2A05", {"unlink", 1, 0, 3}}});
     std::filesystem::create_hard_link("/dev/shm/victim", TemporaryFile);
-    expectKernel({{Archive, "R2A05", {"unlink", 1, EPERM, 3}}}); // while it is another user's
+    expect<kernel>({{Archive, "R2A05", {"unlink", 1, EPERM, 3}}}); // while it is another user's
     EXPECT_EQ(readFile("/dev/shm/victim"), "victim");
     ASSERT_EQ(mkfifo(TemporaryFile, 0600), 0);
-    expectKernel({{Archive, NoTemporaryFile, {"unlink", 1, EPERM, 100000}}, {Archive, "R2A05"}});
+    expect<kernel>({{Archive, NoTemporaryFile, {"unlink", 1, EPERM, 100000}}, {Archive, "R2A05"}});
     std::filesystem::create_directory(TemporaryFile);
-    expectKernel({{Archive, NoTemporaryFile}});
+    expect<kernel>({{Archive, NoTemporaryFile}});
     std::filesystem::remove(TemporaryFile);
     umask(0);
-    recordsOf(4, {"unlink", 2}, [] { Bsp_getKernelRState(File, Buffer, 8); });
+    pending = {"unlink", 2};
+    Bsp_getKernelRState(File, Buffer, 8);
     EXPECT_EQ(std::filesystem::status(TemporaryFile).permissions(), std::filesystem::perms(0600));
 }
 
@@ -265,14 +219,13 @@ TEST(KernelRState, LackOfDescriptorsLeavesNoTemporaryFile) {
 
 // A last, partial chunk stays in the stream's buffer; the search flushes it, and only then it
 // fails.
-TEST(KernelRState, FullOrReadOnlySharedMemoryIsReported) {
+TEST(KernelRState, FullSharedMemoryIsReported) {
     ASSERT_EQ(mount("none", "/dev/shm", "tmpfs", 0, "size=64k"), 0);
     const std::string full = "fseek failed with errno = No space left on device\n";
-    expectKernel(
-        {{Archive, Inflate + "fwrite() failed\n"},
-         {archiveOf(std::string(65636, 'x')), Version + full + NoBanner}});
-    ASSERT_EQ(mount("none", "/dev/shm", "tmpfs", MS_RDONLY, nullptr), 0);
-    expectKernel({{Archive, NoTemporaryFile}});
+    expect<kernel>({
+        {Archive, Inflate + "fwrite() failed\n"},
+        {archiveOf(std::string(65636, 'x')), Version + full + NoBanner},
+    });
 }
 
 const std::string P = "Product number: ";
@@ -283,7 +236,7 @@ TEST(Uboot, ValuesFollowTheirLabels) {
                               "5 Bsp_getUbootProductInfo(): Product number = Not found\n"
                               "6 Bsp_getUbootProductInfo(): \"R-state: \" found at offset 7\n"
                               "5 Bsp_getUbootProductInfo(): R-state = R1A\n";
-    expectUboot({
+    expect<uboot>({
         {"x\n" + P + "PN 0042 17\n..\n" + R + "R1A\n", "PN 0042 17|R1A"},
         {R + "R1A\n" + P + "PN\n", "PN|R1A"},
         {P + "A\n" + P + "B\n" + R + "C\n" + R + "D\n", "A|C"},
@@ -292,7 +245,6 @@ TEST(Uboot, ValuesFollowTheirLabels) {
         {R + "R1A", "Not found|R1A"},
         {P + "A\0B\n"s + R + "C\0"s, "A|C"},
         {std::string(9, '\0') + P + "A\nProduct num", "A|Not found"},
-        {P + "A\n" + R, "A|"},
         {"PProduct numProduct number: A\nRRR-stR-state: B\n", "A|B"},
         {P + R + "B\n", R + "B|B"},
         {"product number: A\nR-State: B\nProduct number:C\nR-state:D\n", "Not found|Not found"},
@@ -302,29 +254,45 @@ TEST(Uboot, ValuesFollowTheirLabels) {
     EXPECT_EQ(std::string(Product, 32), "Not found" + std::string(23, '\0')); // padded with zeroes
 }
 
-TEST(Uboot, EveryFailureIsReported) {
-    const std::string image = P + "A\n" + std::string(1000, '.') + R + "R1A\n";
-    const std::string cannotOpen = "Failed to open u-boot device with name /tmp/none. errno = ";
-    const std::string input = "Input/output error\n";
+TEST(Revision, EveryFailureIsReported) {
     ASSERT_EQ(mkfifo("/tmp/fifo", 0600), 0); // without a writer
+    const std::string image = std::string(18992, '.') + Archive;
+    const std::string repeated = "4 Bsp_readHelper(): read was interrupted. Retrying...\n";
+    expect<kernel>({
+        {"", Kernel + "Invalid buffer size: 7\n", {}, nullptr, 7},
+        {"", Kernel + "Undefined buffer\n", {}, File, 8, 0, nullptr},
+        {"", Kernel + "Could not open file: /tmp/none\n", {}, "/tmp/none"},
+        {"", Kernel + "lseek(zImage, 0, SEEK_SET) failed for /tmp/fifo\n", {}, "/tmp/fifo"},
+        {image, Kernel + "lseek(zImage, 18992, SEEK_SET) failed for /tmp/z\n", {"lseek64", 2, EIO}},
+        {image, Unreadable + "-1\n", {"read", 2, EIO}},
+        {image, Inflate + "Read failed with errno = " + InputError, {"read", 99, EIO}},
+        {image, repeated + repeated + "R2A05", {"read", 99, EINTR, 2}},
+        {image, Inflate + "inflateInit2() failed with error -1\n", {"inflateInit2_", 1, EIO}},
+        {image, Inflate + "fwrite() failed\n", {"ferror", 1, EIO}},
+        {image, Version + "fstat failed with errno = " + InputError + NoBanner, {Fstat, 1, EIO}},
+    });
+    const std::string bootLoader = P + "A\n" + std::string(1000, '.') + R + "R1A\n";
+    const std::string cannotOpen = "Failed to open u-boot device with name /tmp/none. errno = ";
     writeFile("/tmp/huge", "");
     // The largest possible file; a 32-bit kernel allows less.
     const std::uint64_t huge = sizeof(void*) == 4 ? 1ULL << 43 : INT64_MAX;
     std::filesystem::resize_file("/tmp/huge", huge);
-    const std::string bytes = std::to_string(huge + 1) + " bytes\n";
-    expectUboot({
+    expect<uboot>({
         {"", Uboot + "Undefined device name\n", {}, nullptr, 0, 0},
         {"", Uboot + "Undefined buffer\n", {}, File, 0, 4, nullptr},
         {"", Uboot + "Invalid buffer size: 0\n", {}, File, 0, 4},
         {"", Uboot + "Invalid buffer size: 0\n", {}, File, 4, 0},
         {"", Uboot + cannotOpen + "No such file or directory\n", {}, "/tmp/none"},
         {"", Uboot + "Failed to get size of /tmp/fifo. errno = Illegal seek\n", {}, "/tmp/fifo"},
-        {"", Uboot + "Failed to set file offset. errno = " + input, {"lseek64", 2, EIO}},
-        {"", Uboot + "Failed to allocate " + bytes, {}, "/tmp/huge"},
-        {image, Uboot + "Failed to read file. errno = " + input, {"read", 2, EIO}},
-        {"", Uboot + "Failed to read file. errno = " + input, {"read", 1, EIO}},
-        {image, "A|R1A"},
-        {image, "A|Not found", {"read", 2}}, // a read() that returns 0
+        {"", Uboot + "Failed to set file offset. errno = " + InputError, {"lseek64", 2, EIO}},
+        {"",
+         Uboot + "Failed to allocate " + std::to_string(huge + 1) + " bytes\n",
+         {},
+         "/tmp/huge"},
+        {bootLoader, Uboot + "Failed to read file. errno = " + InputError, {"read", 2, EIO}},
+        {"", Uboot + "Failed to read file. errno = " + InputError, {"read", 1, EIO}},
+        {bootLoader, "A|R1A"},
+        {bootLoader, "A|Not found", {"read", 2}}, // a read() that returns 0
     });
 }
 

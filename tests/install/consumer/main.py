@@ -1,7 +1,7 @@
 import pydoc
 import random
 import signal
-from typing import Any, Callable, NoReturn
+from typing import Any, Callable
 
 import bsp
 
@@ -33,23 +33,14 @@ try:
 except bsp.Error as failure:
     print(failure)
 
-
-class Alarm(Exception):
-    pass
-
-
-def ring(*_: object) -> NoReturn:
-    raise Alarm
-
-
 # If a signal handler raises an exception, at any point, the object's mutex is free afterwards.
-signal.signal(signal.SIGALRM, ring)
+signal.signal(signal.SIGALRM, signal.default_int_handler)
 for _ in range(1000):
     try:
         signal.setitimer(signal.ITIMER_REAL, random.uniform(1e-6, 1e-4))
         while True:
             with starts.lock():
                 starts.data[0] = bsp.RadiolinkMode.Rl5
-    except Alarm:
+    except KeyboardInterrupt:
         pass
 print(bsp.reset_type(), bsp.slot_id(), bsp.radiolink_mode(), "bit_length" in pydoc.render_doc(bsp))
