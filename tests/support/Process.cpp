@@ -5,9 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <iterator>
 #include <regex>
-#include <sstream>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -61,21 +59,6 @@ std::string logOf(const std::function<void()>& body) {
     const Outcome outcome = inChild(body);
     EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
     return outcome.err;
-}
-
-void execute(const Words& command, const Words& launcher) {
-    std::istringstream emulator(BSP_EMULATOR);
-    Words words = launcher;
-    words.insert(words.end(), std::istream_iterator<std::string>(emulator), {});
-    words.insert(words.end(), command.begin(), command.end());
-    std::vector<char*> arguments;
-    for (std::string& word : words) {
-        arguments.push_back(word.data());
-    }
-    arguments.push_back(nullptr);
-    execvp(arguments[0], arguments.data());
-    std::perror(arguments[0]);
-    std::_Exit(127);
 }
 
 void limit(__rlimit_resource resource, rlim_t value) {

@@ -5,7 +5,6 @@
 #include <functional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include <dlfcn.h>
 #include <sys/resource.h>
@@ -48,15 +47,6 @@ inline Outcome inChild(const std::function<void()>& body) {
 
 /// Runs `body` in a child, and returns what it logs. Fails the test if an assertion fails in it.
 std::string logOf(const std::function<void()>& body);
-
-using Words = std::vector<std::string>;
-
-/// Replaces this process by the program. `launcher` and, for another ABI, the emulator start it.
-[[noreturn]] void execute(const Words& command, const Words& launcher = {});
-
-inline Outcome runProgram(const Words& command) {
-    return inChild([&] { execute(command); });
-}
 
 inline auto countFiles(const std::filesystem::path& folder) {
     return std::distance(std::filesystem::directory_iterator(folder), {});
