@@ -75,7 +75,7 @@ std::string share(const char* what, const std::string& name, const struct stat& 
         return because(text, errno);
     }
     if (!isShared(object.get())) {
-        return text + ": this process does not have it";
+        return text + ": the database could not use it";
     }
     return giveRights(object.get(), device) ? "" : because(text, errno);
 }
@@ -105,7 +105,7 @@ std::string shareDatabase() {
     umask(077);
     WarmDatabase_getInfo(nullptr, 0);
     if (!isShared(DDevIo_getFileDescriptor(handle))) {
-        return area + ": this process does not have it";
+        return area + ": cannot be mapped";
     }
     std::string missing;
     for (const auto& [what, name] :
