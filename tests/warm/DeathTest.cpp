@@ -111,19 +111,19 @@ void dieWithTheLock() {
     });
 }
 
-void record(std::size_t offset) {
+void changeRecord(std::size_t offset) {
     std::fstream record("/dev/shm/DtcmRun", std::ios::in | std::ios::out | std::ios::binary);
     record.seekp(static_cast<std::streamoff>(offset)).put(char{1});
 }
 
 void dieTakingTheLock() {
     dieWithTheLock();
-    record(offsetof(os::bsp::dtcm::RunRecord, progress)); // Progress::Moving
+    changeRecord(offsetof(os::bsp::dtcm::RunRecord, progress)); // Progress::Moving
 }
 
 // The next operation of each process reopens the semaphore, since the record names another one.
 void renumber() {
-    record(offsetof(os::bsp::dtcm::RunRecord, semaphore));
+    changeRecord(offsetof(os::bsp::dtcm::RunRecord, semaphore));
 }
 
 void useAndExit() {
